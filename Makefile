@@ -1,0 +1,38 @@
+# The two commands of the README. Each does the whole set-up on a fresh Debian machine:
+# install the packages, configure, build, then run.
+.PHONY: demo test deps build-dev build-release bench fuzz format clean
+
+JOBS ?= $(shell nproc)
+
+demo: build-release
+	./build/bin/quillgate --version
+
+test: build-dev
+	ctest --preset dev -j $(JOBS)
+
+deps:
+	./scripts/install-deps.sh
+
+build-dev: deps
+	cmake --preset dev
+	cmake --build --preset dev -j $(JOBS)
+
+build-release: deps
+	cmake --preset release
+	cmake --build --preset release -j $(JOBS) --target quillgate_host
+
+bench: deps
+	cmake --preset release -DQUILLGATE_BUILD_BENCH=ON
+	cmake --build --preset release -j $(JOBS) --target quillgate_bench
+	./build/release/tests/quillgate_bench
+
+fuzz:
+	QUILLGATE_FUZZ=1 ./scripts/install-deps.sh
+	cmake --preset fuzz
+	cmake --build --preset fuzz -j $(JOBS)
+
+format:
+	git ls-files '*.h' '*.cpp' | xargs clang-format -i
+
+clean:
+	rm -rf build

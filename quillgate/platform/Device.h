@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace quillgate::platform {
+
+// Facts about the device, as the events report them.
+struct DeviceInfo {
+    std::string model;          // e.g. "x86_64"
+    std::string systemName;     // e.g. "Linux"
+    std::string systemVersion;  // e.g. "6.1.0"
+};
+
+}  // namespace quillgate::platform

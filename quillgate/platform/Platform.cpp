@@ -1,0 +1,101 @@
+#include "quillgate/platform/Platform.h"
+
+#include <mutex>
+#include <vector>
+
+namespace quillgate::platform {
+
+namespace detail {
+std::mutex& sinkMutex();
+LogSink& sinkSlot();
+}  // namespace detail
+
+namespace {
+std::shared_ptr<Platform>& slot() {
+    static std::shared_ptr<Platform> installed;
+    return installed;
+}
+
+std::vector<std::function<void()>>& resets() {
+    static std::vector<std::function<void()>> list;
+    return list;
+}
+
+void setSink(LogSink sink) {
+    std::lock_guard lock(detail::sinkMutex());
+    detail::sinkSlot() = std::move(sink);
+}
+}  // namespace
+
+void install(std::shared_ptr<Platform> platform) {
+    if (!platform) {
+        return;
+    }
+    const bool complete = platform->clock && platform->runLoop && platform->http &&
+                          platform->defaults && platform->reachability && platform->fonts &&
+                          platform->logSink && platform->makeUuid &&
+                          !platform->documentsDirectory.empty();
+    if (!complete) {
+        auto fallback = makeLinuxPlatform(platform->stateDirectory);
+        if (!platform->clock) {
+            platform->clock = platform->runLoop ? platform->runLoop->clock() : fallback->clock;
+        }
+        if (!platform->runLoop) {
+            platform->runLoop = std::make_shared<RunLoop>(platform->clock);
+        }
+        if (!platform->http)
+            platform->http = fallback->http;
+        if (!platform->defaults)
+            platform->defaults = fallback->defaults;
+        if (!platform->reachability)
+            platform->reachability = fallback->reachability;
+        if (!platform->fonts)
+            platform->fonts = fallback->fonts;
+        if (platform->device.model.empty())
+            platform->device = fallback->device;
+        if (platform->stateDirectory.empty())
+            platform->stateDirectory = fallback->stateDirectory;
+        if (platform->documentsDirectory.empty()) {
+            platform->documentsDirectory = fallback->documentsDirectory;
+        }
+        if (!platform->logSink)
+            platform->logSink = fallback->logSink;
+        if (!platform->makeUuid)
+            platform->makeUuid = fallback->makeUuid;
+    }
+    setSink(platform->logSink);
+    slot() = std::move(platform);
+}
+
+Platform& current() {
+    if (!slot()) {
+        install(makeLinuxPlatform());
+    }
+    return *slot();
+}
+
+bool isInstalled() {
+    return slot() != nullptr;
+}
+
+void registerSharedInstanceReset(std::function<void()> reset) {
+    resets().push_back(std::move(reset));
+}
+
+void resetProcessState() {
+    // Newest first: a shared instance may use older ones while it is torn down.
+    auto list = std::move(resets());
+    resets().clear();
+    for (auto it = list.rbegin(); it != list.rend(); ++it) {
+        (*it)();
+    }
+    if (auto& installed = slot()) {
+        if (installed->defaults) {
+            installed->defaults->synchronize();
+        }
+        installed.reset();
+    }
+    setSink(nullptr);
+}
+
+}  // namespace quillgate::platform

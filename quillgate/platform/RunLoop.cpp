@@ -1,0 +1,229 @@
+#include "quillgate/platform/RunLoop.h"
+
+#include <algorithm>
+
+namespace quillgate::platform {
+
+namespace {
+// The original platform never fires a timer more often than this; a zero interval would
+// otherwise spin the loop forever.
+constexpr double kMinimumTimerInterval = 0.0001;
+
+bool later(const auto& a, const auto& b) {
+    return a.due != b.due ? a.due > b.due : a.sequence > b.sequence;
+}
+}  // namespace
+
+void Timer::invalidate() {
+    valid_ = false;
+}
+
+RunLoop::RunLoop(std::shared_ptr<Clock> clock) : clock_(std::move(clock)) {}
+
+RunLoop::~RunLoop() = default;
+
+void RunLoop::schedule(TimePoint due, Task task, std::shared_ptr<Timer> timer) {
+    std::function<void()> wake;
+    {
+        std::lock_guard lock(mutex_);
+        queue_.push_back(Entry{due, nextSequence_++, std::move(task), std::move(timer)});
+        std::push_heap(queue_.begin(), queue_.end(), [](auto& a, auto& b) { return later(a, b); });
+        wake = wake_;
+    }
+    cv_.notify_all();
+    if (wake) {
+        wake();
+    }
+}
+
+void RunLoop::async(Task task) {
+    schedule(clock_->now(), std::move(task), nullptr);
+}
+
+void RunLoop::asyncAfter(double secondsFromNow, Task task) {
+    schedule(clock_->now() + seconds(std::max(0.0, secondsFromNow)), std::move(task), nullptr);
+}
+
+std::shared_ptr<Timer> RunLoop::scheduledTimer(double interval, bool repeats,
+                                               std::function<void(Timer&)> fire) {
+    interval = std::max(interval, kMinimumTimerInterval);
+    auto timer = std::shared_ptr<Timer>(new Timer(interval, repeats, std::move(fire)));
+    schedule(clock_->now() + seconds(interval), nullptr, timer);
+    return timer;
+}
+
+bool RunLoop::popDue(Entry& out) {
+    std::lock_guard lock(mutex_);
+    const auto now = clock_->now();
+    while (!queue_.empty()) {
+        std::pop_heap(queue_.begin(), queue_.end(), [](auto& a, auto& b) { return later(a, b); });
+        Entry& top = queue_.back();
+        if (top.timer && !top.timer->isValid()) {
+            queue_.pop_back();  // an invalidated timer leaves the loop here
+            continue;
+        }
+        if (top.due > now) {
+            std::push_heap(queue_.begin(), queue_.end(),
+                           [](auto& a, auto& b) { return later(a, b); });
+            return false;
+        }
+        out = std::move(top);
+        queue_.pop_back();
+        return true;
+    }
+    return false;
+}
+
+std::size_t RunLoop::runPending() {
+    std::size_t count = 0;
+    Entry entry;
+    while (popDue(entry)) {
+        ++count;
+        if (entry.timer) {
+            auto timer = std::move(entry.timer);
+            if (timer->repeats_) {
+                // Reschedule before firing so the handler may invalidate it. Like the
+                // original platform's timers, the next fire date counts from this one's due
+                // time, skipping fire dates that have already passed.
+                auto next = entry.due + seconds(timer->interval_);
+                const auto now = clock_->now();
+                while (next <= now && !clock_->isManual()) {
+                    next += seconds(timer->interval_);
+                }
+                schedule(next, nullptr, timer);
+            } else {
+                timer->valid_ = false;
+            }
+            auto fire = timer->fire_;  // a copy: the handler may reset the timer's owner
+            if (fire) {
+                fire(*timer);
+            }
+        } else if (entry.task) {
+            entry.task();
+        }
+        entry = Entry{};
+    }
+    return count;
+}
+
+std::optional<TimePoint> RunLoop::nextDeadline() const {
+    std::lock_guard lock(mutex_);
+    std::optional<TimePoint> best;
+    for (const auto& e : queue_) {
+        if (e.timer && !e.timer->isValid()) {
+            continue;
+        }
+        if (!best || e.due < *best) {
+            best = e.due;
+        }
+    }
+    return best;
+}
+
+std::size_t RunLoop::pendingCount() const {
+    std::lock_guard lock(mutex_);
+    return static_cast<std::size_t>(std::count_if(queue_.begin(), queue_.end(), [](const auto& e) {
+        return !e.timer || e.timer->isValid();
+    }));
+}
+
+void RunLoop::run() {
+    for (;;) {
+        runPending();
+        std::unique_lock lock(mutex_);
+        if (stopped_) {
+            stopped_ = false;
+            return;
+        }
+        auto hasDue = [&] {
+            const auto now = clock_->now();
+            return std::any_of(queue_.begin(), queue_.end(), [&](const auto& e) {
+                return e.due <= now && (!e.timer || e.timer->isValid());
+            });
+        };
+        if (hasDue()) {
+            continue;
+        }
+        if (clock_->isManual() || queue_.empty()) {
+            cv_.wait(lock, [&] { return stopped_ || hasDue(); });
+        } else {
+            lock.unlock();
+            auto deadline = nextDeadline();
+            lock.lock();
+            if (deadline) {
+                cv_.wait_until(lock, *deadline, [&] { return stopped_ || hasDue(); });
+            }
+        }
+    }
+}
+
+bool RunLoop::runUntil(const std::function<bool()>& done, std::chrono::milliseconds realTimeout) {
+    const auto giveUp = std::chrono::steady_clock::now() + realTimeout;
+    for (;;) {
+        runPending();
+        if (done()) {
+            return true;
+        }
+        const auto steadyNow = std::chrono::steady_clock::now();
+        if (steadyNow >= giveUp) {
+            return done();
+        }
+        auto wakeAt = giveUp;
+        if (!clock_->isManual()) {
+            if (auto deadline = nextDeadline()) {
+                auto untilDeadline = *deadline - clock_->now();
+                if (steadyNow + untilDeadline < wakeAt) {
+                    wakeAt =
+                        steadyNow + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                                        untilDeadline);
+                }
+            }
+        }
+        std::unique_lock lock(mutex_);
+        const auto sequenceBefore = nextSequence_;
+        cv_.wait_until(lock, wakeAt, [&] { return nextSequence_ != sequenceBefore || stopped_; });
+        if (stopped_) {
+            stopped_ = false;
+            lock.unlock();
+            runPending();
+            return done();
+        }
+    }
+}
+
+void RunLoop::stop() {
+    {
+        std::lock_guard lock(mutex_);
+        stopped_ = true;
+    }
+    cv_.notify_all();
+}
+
+void RunLoop::advance(double secondsToAdvance) {
+    auto* manual = dynamic_cast<ManualClock*>(clock_.get());
+    if (manual == nullptr) {
+        runPending();
+        return;
+    }
+    const auto target = manual->now() + seconds(std::max(0.0, secondsToAdvance));
+    runPending();
+    for (;;) {
+        auto deadline = nextDeadline();
+        if (!deadline || *deadline > target) {
+            break;
+        }
+        if (*deadline > manual->now()) {
+            manual->set(*deadline);
+        }
+        runPending();
+    }
+    manual->set(target);
+    runPending();
+}
+
+void RunLoop::setWakeUpCallback(std::function<void()> wake) {
+    std::lock_guard lock(mutex_);
+    wake_ = std::move(wake);
+}
+
+}  // namespace quillgate::platform

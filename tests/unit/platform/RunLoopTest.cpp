@@ -1,0 +1,110 @@
+#include "quillgate/platform/RunLoop.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace quillgate::platform {
+namespace {
+
+class RunLoopTest : public ::testing::Test {
+  protected:
+    std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
+    RunLoop loop{clock};
+    std::vector<std::string> order;
+};
+
+TEST_F(RunLoopTest, RunsImmediateWorkInOrderAndDelayedWorkOnlyWhenDue) {
+    loop.asyncAfter(2, [&] { order.push_back("after 2"); });
+    loop.async([&] { order.push_back("first"); });
+    loop.asyncAfter(0, [&] { order.push_back("after 0"); });
+    loop.asyncAfter(1, [&] { order.push_back("after 1"); });
+    loop.async([&] { order.push_back("second"); });
+
+    EXPECT_EQ(loop.runPending(), 3u);
+    EXPECT_EQ(order, (std::vector<std::string>{"first", "after 0", "second"}));
+
+    loop.advance(1.5);
+    EXPECT_EQ(order.back(), "after 1");
+    loop.advance(0.5);
+    EXPECT_EQ(order.back(), "after 2");
+    EXPECT_EQ(loop.pendingCount(), 0u);
+}
+
+TEST_F(RunLoopTest, WorkScheduledByWorkRunsInTheSamePass) {
+    loop.async([&] {
+        order.push_back("outer");
+        loop.async([&] { order.push_back("inner"); });
+    });
+    loop.runPending();
+    EXPECT_EQ(order, (std::vector<std::string>{"outer", "inner"}));
+}
+
+TEST_F(RunLoopTest, RepeatingTimerFiresOncePerIntervalUntilInvalidated) {
+    int fired = 0;
+    auto timer = loop.scheduledTimer(15, true, [&](Timer&) { ++fired; });
+    loop.advance(14.9);
+    EXPECT_EQ(fired, 0);
+    loop.advance(0.1);
+    EXPECT_EQ(fired, 1);
+    loop.advance(45);
+    EXPECT_EQ(fired, 4);
+
+    timer->invalidate();
+    loop.advance(60);
+    EXPECT_EQ(fired, 4);
+    EXPECT_FALSE(timer->isValid());
+}
+
+TEST_F(RunLoopTest, TimerKeepsRunningWhenItsHandleIsDropped) {
+    int fired = 0;
+    loop.scheduledTimer(1, true, [&](Timer&) { ++fired; });
+    loop.advance(3);
+    EXPECT_EQ(fired, 3);
+}
+
+TEST_F(RunLoopTest, TimerMayInvalidateItselfAndOneShotTimersEnd) {
+    int fired = 0;
+    loop.scheduledTimer(1, true, [&](Timer& t) {
+        if (++fired == 2) {
+            t.invalidate();
+        }
+    });
+    auto once = loop.scheduledTimer(1, false, [&](Timer&) { order.push_back("once"); });
+    loop.advance(10);
+    EXPECT_EQ(fired, 2);
+    EXPECT_EQ(order, (std::vector<std::string>{"once"}));
+    EXPECT_FALSE(once->isValid());
+}
+
+TEST_F(RunLoopTest, PostFromAnotherThreadWakesRunUntil) {
+    std::thread worker([&] { loop.post([&] { order.push_back("posted"); }); });
+    bool done = loop.runUntil([&] { return !order.empty(); }, std::chrono::seconds(10));
+    worker.join();
+    EXPECT_TRUE(done);
+    EXPECT_EQ(order, (std::vector<std::string>{"posted"}));
+}
+
+TEST_F(RunLoopTest, RunUntilDoesNotMoveManualTime) {
+    loop.asyncAfter(5, [&] { order.push_back("late"); });
+    const auto before = clock->now();
+    EXPECT_FALSE(loop.runUntil([&] { return !order.empty(); }, std::chrono::milliseconds(1)));
+    EXPECT_EQ(clock->now(), before);
+}
+
+TEST_F(RunLoopTest, StopEndsRun) {
+    loop.async([&] { loop.stop(); });
+    loop.run();  // returns: the task stopped it
+    SUCCEED();
+}
+
+TEST(RunLoopSystemClock, DelayedWorkRunsInRealTime) {
+    RunLoop loop(std::make_shared<SystemClock>());
+    bool ran = false;
+    loop.asyncAfter(0.001, [&] { ran = true; });
+    EXPECT_TRUE(loop.runUntil([&] { return ran; }, std::chrono::seconds(10)));
+}
+
+}  // namespace
+}  // namespace quillgate::platform
