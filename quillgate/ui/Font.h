@@ -1,0 +1,51 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+// A font as the view tree keeps it: a face name, a point size and a weight. Plain value.
+// `named` asks the installed platform's font system whether a face exists, so it runs on the
+// main thread; the rest is pure.
+namespace quillgate::ui {
+
+// Weights of the system font, with the original platform's numeric values.
+enum class FontWeight {
+    ultraLight,
+    thin,
+    light,
+    regular,
+    medium,
+    semibold,
+    bold,
+    heavy,
+    black,
+};
+
+// The platform's number for a weight (-0.8 for ultra light ... 0.62 for black).
+double fontWeightValue(FontWeight weight);
+// "UltraLight", "Thin", ..., "Black".
+const char* fontWeightName(FontWeight weight);
+
+struct Font {
+    std::string name;  // PostScript name of the face; ".SFUI-<Weight>" for the system font
+    double size = 17;
+    FontWeight weight = FontWeight::regular;
+    bool isSystem = true;
+
+    // The system font at a size and weight (17 points regular is the default of labels).
+    static Font system(double size, FontWeight weight = FontWeight::regular);
+    static Font boldSystem(double size) { return system(size, FontWeight::bold); }
+    // The face with exactly this PostScript name at a size, when the installed platform's
+    // font system knows it; nothing otherwise (an empty name is never a face).
+    static std::optional<Font> named(const std::string& name, double size);
+
+    Font withSize(double newSize) const {
+        Font f = *this;
+        f.size = newSize;
+        return f;
+    }
+
+    friend bool operator==(const Font&, const Font&) = default;
+};
+
+}  // namespace quillgate::ui
