@@ -1,0 +1,262 @@
+#include "quillgate/ui/TableView.h"
+
+#include <algorithm>
+
+#include "quillgate/platform/Log.h"
+#include "quillgate/ui/Label.h"
+#include "quillgate/ui/NibRegistry.h"
+
+namespace quillgate::ui {
+
+TableView::~TableView() = default;
+
+// ---- Cells
+
+void TableView::registerNib(const std::string& nibName, const std::string& identifier) {
+    factories_.erase(identifier);
+    nibs_[identifier] = nibName;
+}
+
+void TableView::registerClass(const std::string& identifier, CellFactory factory) {
+    nibs_.erase(identifier);
+    if (factory) {
+        factories_[identifier] = std::move(factory);
+    }
+}
+
+bool TableView::isRegistered(const std::string& identifier) const {
+    return nibs_.count(identifier) > 0 || factories_.count(identifier) > 0;
+}
+
+std::shared_ptr<TableViewCell> TableView::dequeueReusableCell(const std::string& identifier) {
+    auto& pool = reusePool_[identifier];
+    if (!pool.empty()) {
+        auto cell = pool.back();
+        pool.pop_back();
+        cell->setSelected(false);
+        cell->setHighlighted(false);
+        cell->prepareForReuse();
+        return cell;
+    }
+    std::shared_ptr<TableViewCell> cell;
+    if (auto nib = nibs_.find(identifier); nib != nibs_.end()) {
+        auto root = NibRegistry::shared().instantiate(nib->second, nullptr);
+        cell = std::dynamic_pointer_cast<TableViewCell>(root);
+        if (!cell) {
+            platform::fatal("invalid nib registered for identifier (" + identifier +
+                            ") - nib must contain exactly one top level object which must be a "
+                            "UITableViewCell instance");
+        }
+    } else if (auto factory = factories_.find(identifier); factory != factories_.end()) {
+        cell = factory->second();
+    }
+    if (!cell) {
+        platform::fatal("unable to dequeue a cell with identifier " + identifier +
+                        " - must register a nib or a class for the identifier or connect a "
+                        "prototype cell in a storyboard");
+    }
+    cell->setReuseIdentifier(identifier);
+    return cell;
+}
+
+std::shared_ptr<TableViewCell> TableView::dequeueReusableCell(const std::string& identifier,
+                                                              IndexPath indexPath) {
+    (void)indexPath;
+    return dequeueReusableCell(identifier);
+}
+
+// ---- Content
+
+void TableView::reloadData() {
+    auto self = weak_from_this().lock();
+    ++reloadCount_;
+
+    // Set the old rows aside for reuse.
+    for (auto& section : sections_) {
+        if (section.header) {
+            section.header->removeFromSuperview();
+        }
+        for (auto& row : section.rows) {
+            row.cell->removeFromSuperview();
+            reusePool_[row.cell->reuseIdentifier()].push_back(row.cell);
+        }
+    }
+    sections_.clear();
+    selected_.reset();
+
+    auto source = dataSource();
+    const double width = frame().width();
+    double y = 0;
+    if (source) {
+        const int sectionCount = std::max(0, source->numberOfSections(*this));
+        for (int s = 0; s < sectionCount; ++s) {
+            Section section;
+            auto d = delegate();
+            section.header = d ? d->viewForHeader(*this, s) : nullptr;
+            if (!section.header) {
+                if (auto title = source->titleForHeader(*this, s)) {
+                    auto label = std::make_shared<Label>(*title);
+                    section.header = label;
+                }
+            }
+            std::optional<double> headerHeight = d ? d->heightForHeader(*this, s) : std::nullopt;
+            double h = headerHeight.value_or(section.header ? sectionHeaderHeight_ : 0);
+            if (h == automaticDimension) {
+                h = section.header ? section.header->sizeThatFits(Size{width, 0}).height : 0;
+            }
+            if (section.header) {
+                section.header->setFrame(Rect(0, y, width, h));
+                addSubview(section.header);
+            }
+            y += std::max(0.0, h);
+
+            const int rowCount = std::max(0, source->numberOfRows(*this, s));
+            for (int r = 0; r < rowCount; ++r) {
+                const IndexPath path{s, r};
+                auto cell = source->cellForRow(*this, path);
+                if (!cell) {
+                    platform::log(
+                        "UITableView dataSource returned a nil cell for row at index "
+                        "path: " +
+                        std::to_string(s) + "-" + std::to_string(r));
+                    continue;
+                }
+                d = delegate();
+                double rowH =
+                    (d ? d->heightForRow(*this, path) : std::nullopt).value_or(rowHeight_);
+                if (rowH == automaticDimension) {
+                    rowH = cell->sizeThatFits(Size{width, 0}).height;
+                    if (rowH <= 0) {
+                        rowH = estimatedRowHeight_ > 0 ? estimatedRowHeight_ : 44;
+                    }
+                }
+                rowH = std::max(0.0, rowH);
+                const Rect rowFrame(0, y, width, rowH);
+                cell->setFrame(rowFrame);
+                addSubview(cell);
+                section.rows.push_back(Row{cell, rowFrame});
+                y += rowH;
+                if (d) {
+                    d->willDisplayCell(*this, *cell, path);
+                }
+            }
+            sections_.push_back(std::move(section));
+        }
+    }
+    setContentSize(Size{width, y});
+}
+
+int TableView::numberOfRows(int section) const {
+    if (section < 0 || section >= numberOfSections()) {
+        return 0;
+    }
+    return static_cast<int>(sections_[static_cast<std::size_t>(section)].rows.size());
+}
+
+std::shared_ptr<TableViewCell> TableView::cellForRow(IndexPath indexPath) const {
+    if (indexPath.row < 0 || indexPath.row >= numberOfRows(indexPath.section)) {
+        return nullptr;
+    }
+    return sections_[static_cast<std::size_t>(indexPath.section)]
+        .rows[static_cast<std::size_t>(indexPath.row)]
+        .cell;
+}
+
+std::vector<std::shared_ptr<TableViewCell>> TableView::visibleCells() const {
+    std::vector<std::shared_ptr<TableViewCell>> cells;
+    for (const auto& section : sections_) {
+        for (const auto& row : section.rows) {
+            cells.push_back(row.cell);
+        }
+    }
+    return cells;
+}
+
+std::optional<IndexPath> TableView::indexPathForCell(const TableViewCell& cell) const {
+    for (std::size_t s = 0; s < sections_.size(); ++s) {
+        const auto& rows = sections_[s].rows;
+        for (std::size_t r = 0; r < rows.size(); ++r) {
+            if (rows[r].cell.get() == &cell) {
+                return IndexPath{static_cast<int>(s), static_cast<int>(r)};
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+std::shared_ptr<View> TableView::headerView(int section) const {
+    if (section < 0 || section >= numberOfSections()) {
+        return nullptr;
+    }
+    return sections_[static_cast<std::size_t>(section)].header;
+}
+
+std::optional<Rect> TableView::rectForRow(IndexPath indexPath) const {
+    if (indexPath.row < 0 || indexPath.row >= numberOfRows(indexPath.section)) {
+        return std::nullopt;
+    }
+    return sections_[static_cast<std::size_t>(indexPath.section)]
+        .rows[static_cast<std::size_t>(indexPath.row)]
+        .frame;
+}
+
+// ---- Selection
+
+void TableView::selectRow(IndexPath indexPath, bool animated, ScrollPosition position) {
+    (void)position;
+    auto cell = cellForRow(indexPath);
+    if (!cell) {
+        return;
+    }
+    if (selected_ && *selected_ != indexPath) {
+        if (auto old = cellForRow(*selected_)) {
+            old->setSelected(false, animated);
+        }
+    }
+    selected_ = indexPath;
+    cell->setSelected(true, animated);
+}
+
+void TableView::deselectRow(IndexPath indexPath, bool animated) {
+    if (selected_ == indexPath) {
+        selected_.reset();
+    }
+    if (auto cell = cellForRow(indexPath)) {
+        cell->setSelected(false, animated);
+    }
+}
+
+bool TableView::tapRow(IndexPath indexPath) {
+    auto self = weak_from_this().lock();
+    auto cell = cellForRow(indexPath);
+    if (!cell || !canReceiveTouches()) {
+        return false;
+    }
+    cell->touchesBegan();
+    if (!allowsSelection_) {
+        return true;
+    }
+    const auto previous = selected_;
+    if (previous && *previous != indexPath) {
+        deselectRow(*previous);
+        if (auto d = delegate()) {
+            d->didDeselectRow(*this, *previous);
+        }
+    }
+    selectRow(indexPath);
+    if (auto d = delegate()) {
+        d->didSelectRow(*this, indexPath);
+    }
+    return true;
+}
+
+void TableView::describeAttributes(std::vector<std::string>& out) const {
+    int rows = 0;
+    for (int s = 0; s < numberOfSections(); ++s) {
+        rows += numberOfRows(s);
+    }
+    out.push_back("rows=" + std::to_string(rows));
+    ScrollView::describeAttributes(out);
+}
+
+}  // namespace quillgate::ui

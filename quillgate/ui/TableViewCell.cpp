@@ -1,0 +1,39 @@
+#include "quillgate/ui/TableViewCell.h"
+
+namespace quillgate::ui {
+
+const std::shared_ptr<View>& TableViewCell::contentView() {
+    if (!contentView_) {
+        contentView_ = std::make_shared<View>(bounds());
+        insertSubview(contentView_, 0);
+    }
+    return contentView_;
+}
+
+void TableViewCell::setFrame(Rect frame) {
+    View::setFrame(frame);
+    if (contentView_) {
+        contentView_->setFrame(bounds());
+    }
+}
+
+void TableViewCell::setSelected(bool selected, bool animated) {
+    (void)animated;
+    selected_ = selected;
+}
+
+void TableViewCell::setHighlighted(bool highlighted, bool animated) {
+    (void)animated;
+    highlighted_ = highlighted;
+}
+
+void TableViewCell::describeAttributes(std::vector<std::string>& out) const {
+    if (!reuseIdentifier_.empty()) {
+        out.push_back("reuse=" + reuseIdentifier_);
+    }
+    if (selected_) {
+        out.push_back("selected");
+    }
+}
+
+}  // namespace quillgate::ui
