@@ -1,0 +1,417 @@
+#include "quillgate/client/QuillgateClient.h"
+
+#include "quillgate/platform/Log.h"
+#include "quillgate/platform/Platform.h"
+#include "quillgate/platform/Text.h"
+#include "quillgate/service/Constants.h"
+#include "quillgate/service/Description.h"
+#include "quillgate/ui/View.h"
+#include "quillgate/ui/ViewController.h"
+
+namespace quillgate {
+
+namespace {
+
+constexpr const char* kSupplyClientID = "Supply client ID before using this function";
+constexpr const char* kResetValues = "resetValues()";
+constexpr const char* kScrollDepthChanged = "Scroll depth changed to ";
+constexpr const char* kScrollDepthPercentageChanged = "Scroll depth percentage changed to ";
+constexpr const char* kStartJourney = "trackstartProcess()::handleUserJourney";
+constexpr const char* kStartLoginChallenge = "trackstartProcess::handleLoginChallenge()";
+
+// Takes a screen's root view out of the host's view, without loading a view that was never
+// loaded.
+void removeView(const std::shared_ptr<ui::ViewController>& controller) {
+    if (controller) {
+        if (auto view = controller->viewIfLoaded()) {
+            view->removeFromSuperview();
+        }
+    }
+}
+
+}  // namespace
+
+QuillgateClient& QuillgateClient::shared() {
+    // Kept behind a shared_ptr so that completions and screens can hold the client weakly.
+    struct Holder {
+        std::shared_ptr<QuillgateClient> client{new QuillgateClient()};
+    };
+    return *platform::sharedInstance<Holder>().client;
+}
+
+QuillgateClient::QuillgateClient() = default;
+QuillgateClient::~QuillgateClient() = default;
+
+// ---- Public operations -------------------------------------------------------------------
+
+void QuillgateClient::configure(Mode newMode, const std::string& newClientID) {
+    mode = newMode;
+    clientID = newClientID;
+}
+
+void QuillgateClient::setClientUserId(const std::string& clientUserId) {
+    Constants::clientUserId() = clientUserId;
+    Constants::setStoredClientUserId(clientUserId);
+}
+
+void QuillgateClient::showPayWall(
+    const std::string& contentID_, std::optional<std::string> title_,
+    std::optional<std::vector<std::string>> categories_,
+    std::optional<std::vector<std::string>> sections_,
+    std::optional<std::vector<std::string>> tags_, std::optional<std::string> contentUrl_,
+    std::optional<std::string> authorName_, std::optional<std::string> url_,
+    std::shared_ptr<ui::View> parentView_,
+    std::shared_ptr<QuillgateEventParamsDelegate> eventParamsDelegate_,
+    std::shared_ptr<QuillgateGoogleLogInDelegate> googleLogInDelegate_,
+    std::shared_ptr<QuillgateCompletionHandlerDelegate> completiondelegate,
+    std::shared_ptr<QuillgateSubscribeBtnTapDelegate> subscriberDelegate,
+    std::shared_ptr<QuillgateSignBtnTapDelegate> signInDelegate) {
+    resetValues();
+    if (platform::text::isBlank(clientID)) {
+        platform::log(kSupplyClientID);
+        return;
+    }
+    contentID = contentID_;
+    title = std::move(title_);
+    categories = std::move(categories_);
+    sections = std::move(sections_);
+    tags = std::move(tags_);
+    contentUrl = std::move(contentUrl_);
+    authorName = std::move(authorName_);
+    url = std::move(url_);
+    parentView = std::move(parentView_);
+    completionHandlerDelegate = completiondelegate;
+    subscriberBtnDelegate = subscriberDelegate;
+    signInBtnDelegate = signInDelegate;
+    googleLogInDelegate = googleLogInDelegate_;
+    eventParamsDelegate = eventParamsDelegate_;
+    screenType = ScreenType::paywallScreen;
+    startProcess();
+}
+
+void QuillgateClient::initSubscriptions(
+    const std::string& contentID_, std::optional<std::string> /*title*/,
+    std::optional<std::string> /*url*/, std::shared_ptr<ui::View> parentView_,
+    std::shared_ptr<QuillgateCompletionHandlerDelegate> completiondelegate,
+    std::shared_ptr<QuillgateSubscribeBtnTapDelegate> subscriberDelegate,
+    std::shared_ptr<QuillgateSignBtnTapDelegate> signInDelegate, bool showCrossButton,
+    std::shared_ptr<QuillgateGoogleLogInDelegate> googleLogInDelegate_) {
+    resetValues();
+    if (platform::text::isBlank(clientID)) {
+        platform::log(kSupplyClientID);
+        return;
+    }
+    contentID = contentID_;
+    // The title and address of this entry are not passed on: the subscription flow sends
+    // empty texts in their place.
+    title = "";
+    url = "";
+    parentView = std::move(parentView_);
+    completionHandlerDelegate = completiondelegate;
+    subscriberBtnDelegate = subscriberDelegate;
+    signInBtnDelegate = signInDelegate;
+    screenType = ScreenType::subPassScreen;
+    googleLogInDelegate = googleLogInDelegate_;
+    platform::log(description::boolean(showCrossButton));
+    crossButton = showCrossButton;
+    platform::log(description::optional(crossButton));
+    startProcess();
+}
+
+void QuillgateClient::autoLogIn(const std::string& contentID_, const std::string& clientID_,
+                                const std::string& token, std::optional<std::string> email,
+                                std::optional<std::string> phone,
+                                std::shared_ptr<ui::View> parentView_,
+                                std::shared_ptr<QuillgateAutoLogInDelegate> autoLogInDelegate_) {
+    // The auto-login web flow lands here: challenge, "post", then the auto-login page.
+    (void)contentID_, (void)clientID_, (void)token, (void)email, (void)phone, (void)parentView_,
+        (void)autoLogInDelegate_;
+}
+
+void QuillgateClient::getUserDetail(
+    std::shared_ptr<QuillgateUserDetailsDelegate> completiondelegate) {
+    // The user route and the host's success call land here.
+    (void)completiondelegate;
+}
+
+void QuillgateClient::getlogout(std::shared_ptr<Quillgatelogout> logoutBtnDelegate_) {
+    // The logout request and the local wipe land here.
+    (void)logoutBtnDelegate_;
+}
+
+void QuillgateClient::exitSDK() {
+    // Stopping the ping and the EXIT event land here.
+}
+
+void QuillgateClient::handleRelaunchApp(const std::string& address) {
+    // The delayed restart of the flow for the flow-ending deep link lands here.
+    (void)address;
+}
+
+void QuillgateClient::payBtnTap(bool event, bool isLogin) {
+    // The read-now / log-in web flow and its click event land here.
+    (void)event, (void)isLogin;
+}
+
+void QuillgateClient::onlyLoginFlow(const std::string& clientID_,
+                                    std::shared_ptr<ui::View> parentView_) {
+    // The only-login page lands here.
+    (void)clientID_, (void)parentView_;
+}
+
+// ---- Scroll depth ------------------------------------------------------------------------
+
+void QuillgateClient::setScrollDepth(int value) {
+    scrollDepth_ = value < 0 ? 0 : value;
+    platform::log(kScrollDepthChanged + std::to_string(scrollDepth_));
+    scrollDepthDidChange();
+}
+
+void QuillgateClient::setScrollDepthPercentage(float value) {
+    scrollDepthPercentage_ = value < 0 ? 0 : value;
+    platform::log(kScrollDepthPercentageChanged + description::number(scrollDepthPercentage_));
+    scrollDepthDidChange();
+}
+
+void QuillgateClient::scrollDepthDidChange() {
+    // A scroll report shows what waits for a threshold at once; the presentation steps' own
+    // guards keep a second copy from being added.
+    if (userJourneyModel && userJourneyModel->unlockedWithPageViewMeter.value_or(false)) {
+        showMeterBanner();
+        popUpCheck();
+        return;
+    }
+    if (isDefaultPaywall) {
+        scheduleAfter(0, [](QuillgateClient& client) { client.presentDefaultPaywall(); });
+    } else {
+        scheduleAfter(0, [model = customizePayWallModel](QuillgateClient& client) {
+            client.presentCustomizePayWall(model);
+        });
+    }
+    popUpCheck();
+}
+
+void QuillgateClient::scheduleAfter(double seconds, std::function<void(QuillgateClient&)> task) {
+    platform::mainQueue().asyncAfter(seconds, [weak = weak_from_this(), task = std::move(task)] {
+        if (auto client = weak.lock()) {
+            task(*client);
+        }
+    });
+}
+
+// ---- Reset ---------------------------------------------------------------------------------
+
+void QuillgateClient::resetValues() {
+    platform::log(kResetValues);
+
+    parentView.reset();
+    contentID.clear();
+    paywallId.clear();
+    paywallType.clear();
+    paywallDisplayType = PAYWALLTYPE::INARTICLE;
+    numOfCta.clear();
+    title.reset();
+    categories.reset();
+    sections.reset();
+    tags.reset();
+    contentUrl.reset();
+    url.reset();
+    tierId.reset();
+    availFreeTrialVar.reset();
+    apiCallCount = 0;
+
+    // The rule still sees the previous article's journey, configuration and default flag.
+    setScrollDepth(0);
+    setScrollDepthPercentage(0);
+
+    isNeedToShowPopUp = true;
+    isNeedToShowMeterBanner = true;
+    isNeedToShowPaywall = true;
+    isDefaultPaywall = false;
+
+    removeView(blockerVC);
+    blockerVC.reset();
+    removeView(webVC);
+    webVC.reset();
+    removeView(subscriptionVC);
+    subscriptionVC.reset();
+    if (popUpView) {
+        popUpView->removeFromSuperview();
+    }
+    popUpView.reset();
+    if (auto controller = std::dynamic_pointer_cast<ui::ViewController>(customPayWallVC)) {
+        removeView(controller);
+        customPayWallVC.reset();
+    }
+
+    screenType.reset();
+    contentDetailsModel.reset();
+    customizePayWallModel.reset();
+    userJourneyModel.reset();
+    popUpModel.reset();
+    meterModel.reset();
+
+    completionHandlerDelegate.reset();
+    subscriberBtnDelegate.reset();
+    signInBtnDelegate.reset();
+    getUserDetailDelegate.reset();
+    logoutBtnDelegate.reset();
+    autoLogInDelegate.reset();
+    googleLogInDelegate.reset();
+    eventParamsDelegate.reset();
+}
+
+// ---- The access flow -----------------------------------------------------------------------
+
+void QuillgateClient::startProcess() {
+    if (platform::text::isBlank(clientID) || platform::text::isBlank(contentID) || !parentView ||
+        completionHandlerDelegate.expired()) {
+        return;
+    }
+    if (screenType == ScreenType::paywallScreen) {
+        platform::log(kStartJourney);
+        handleUserJourney(contentID, clientID);
+    } else if (Constants::loginChallenge()) {
+        platform::log(kStartLoginChallenge);
+        handleLoginChallenge(contentID, clientID);
+    } else {
+        checkSubscriptionAccess(contentID, clientID, title, url);
+    }
+    apiCallCount = 0;
+}
+
+void QuillgateClient::handleLoginChallenge(const std::string& contentID_,
+                                           const std::string& clientID_) {
+    // The stored challenge is exchanged for a session here.
+    (void)contentID_, (void)clientID_;
+}
+
+void QuillgateClient::handleUserJourney(const std::string& contentID_,
+                                        const std::string& clientID_) {
+    // The journey request and the decision on its answer land here.
+    (void)contentID_, (void)clientID_;
+}
+
+void QuillgateClient::checkSubscriptionAccess(const std::string& contentID_,
+                                              const std::string& clientID_,
+                                              const std::optional<std::string>& title_,
+                                              const std::optional<std::string>& url_) {
+    // The subscription-access request and its answer land here.
+    (void)contentID_, (void)clientID_, (void)title_, (void)url_;
+}
+
+void QuillgateClient::loadContentDetails(const std::string& contentID_,
+                                         const std::string& clientID_) {
+    // The content request lands here; its answer leads to the banner or the configuration.
+    (void)contentID_, (void)clientID_;
+}
+
+void QuillgateClient::loadEmbeddedSubscription() {
+    // The embedded-subscription request lands here.
+}
+
+void QuillgateClient::loadPopUpModel() {
+    // The popup request lands here.
+}
+
+void QuillgateClient::loadMeterBanner() {
+    // The metering banner request lands here.
+}
+
+void QuillgateClient::loadPaywallConfig(const std::string& clientID_) {
+    // The paywall configuration request, fonts and the gate land here.
+    (void)clientID_;
+}
+
+// ---- Condition gates and presentations -----------------------------------------------------
+
+void QuillgateClient::showMeterBanner() {
+    // The banner's page-load and scroll conditions land here.
+}
+
+void QuillgateClient::showDefaultPaywallView() {
+    // The default paywall's conditions land here.
+}
+
+void QuillgateClient::showCustomizePayWall(SharedCustomizePayWallModel model) {
+    // The template paywall's conditions land here.
+    (void)model;
+}
+
+void QuillgateClient::popUpCheck() {
+    // The popup's conditions land here.
+}
+
+void QuillgateClient::showMeterBannerView(double delay) {
+    // Scheduling the banner's presentation lands here.
+    (void)delay;
+}
+
+void QuillgateClient::presentMeterBanner() {
+    // Adding the banner to the parent view lands here.
+}
+
+void QuillgateClient::presentDefaultPaywall() {
+    // Adding the default paywall to the parent view lands here.
+}
+
+void QuillgateClient::presentCustomizePayWall(SharedCustomizePayWallModel model) {
+    // Routing by template name and adding the screen land here.
+    (void)model;
+}
+
+void QuillgateClient::showPopUp(double delay) {
+    // Adding the popup lands here.
+    (void)delay;
+}
+
+void QuillgateClient::presentSubscriptionScreen(EmbededSubscription model) {
+    // Adding the subscription screen lands here.
+    (void)model;
+}
+
+void QuillgateClient::reloadSDK() {
+    // Refreshing the wall on show lands here.
+}
+
+// ---- The screens' requests -----------------------------------------------------------------
+
+void QuillgateClient::closeScreens() {
+    // Removing the wall on show lands here.
+}
+
+void QuillgateClient::startWebFlow(const std::string& contentID_, ContentType contentType,
+                                   const std::string& text) {
+    // The login challenge "post" and the web page land here.
+    (void)contentID_, (void)contentType, (void)text;
+}
+
+void QuillgateClient::subscribeTap(bool logEvent) {
+    // The subscribe web flow lands here.
+    (void)logEvent;
+}
+
+void QuillgateClient::contactLogin(const std::string& contact) {
+    // The registration wall's web flow lands here.
+    (void)contact;
+}
+
+void QuillgateClient::openWebFlow(const std::string& address, bool isAutoLogin) {
+    // Presenting the web flow screen lands here.
+    (void)address, (void)isAutoLogin;
+}
+
+// ---- Sign-in -------------------------------------------------------------------------------
+
+void QuillgateClient::generateLoginChallenge() {
+    // Making and storing a new challenge lands here.
+}
+
+std::string QuillgateClient::buildAddress(const std::string& address,
+                                          const nlohmann::json& parameters) {
+    // Writing the web addresses' queries lands here.
+    (void)parameters;
+    return address;
+}
+
+}  // namespace quillgate

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <memory>
+
+#include "quillgate/records/PaywallRecords.h"
+
+// What the client may ask of a template screen or of the meter banner: two properties it
+// sets before the screen's view is added (the delegate first, then the configuration), and
+// one refresh for a screen that stands on show when the flow runs again. Main thread only.
+namespace quillgate {
+
+class quillgateVCDelegate;
+
+class SharedData {
+  public:
+    virtual ~SharedData() = default;
+
+    // The paywall configuration the screen shows (empty for the banner).
+    virtual SharedCustomizePayWallModel customizePayWallModel() const = 0;
+    virtual void setCustomizePayWallModel(SharedCustomizePayWallModel model) = 0;
+
+    // The client. Held weakly: the client owns the screen.
+    virtual std::weak_ptr<quillgateVCDelegate> delegate() const = 0;
+    virtual void setDelegate(std::weak_ptr<quillgateVCDelegate> delegate) = 0;
+
+    // Shows the screen again with what the client holds now.
+    virtual void refreshData() = 0;
+};
+
+}  // namespace quillgate
