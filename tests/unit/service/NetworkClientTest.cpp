@@ -1,0 +1,202 @@
+#include "quillgate/service/NetworkClient.h"
+
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "quillgate/client/QuillgateClient.h"
+#include "quillgate/records/AccountRecords.h"
+#include "quillgate/service/NetworkProperties.h"
+#include "quillgate/service/Toast.h"
+#include "quillgate/ui/Application.h"
+#include "quillgate/ui/Label.h"
+#include "tests/support/TestPlatform.h"
+
+namespace quillgate {
+namespace {
+
+using nlohmann::json;
+using testing::TestPlatform;
+
+struct Heard {
+    std::optional<std::string> data;
+    std::optional<RequestError> error;
+    long status = -1;
+    std::thread::id thread;
+};
+
+class NetworkClientTest : public ::testing::Test {
+  protected:
+    NetworkClientTest() {
+        QuillgateClient::shared().configure(Mode::local, "cl");
+        QuillgateClient::shared().debugMode = true;
+        ui::Application::shared().showWindow();
+    }
+
+    platform::HttpRequest contentRequest() {
+        return NetworkProperties::getRequest(json{{"clientId", "cl"}}, false, Endpoint::content());
+    }
+
+    // Sends a request and keeps what its completion hears.
+    std::vector<Heard> sendAndRun(std::shared_ptr<int> owner = std::make_shared<int>(0)) {
+        auto heard = std::make_shared<std::vector<Heard>>();
+        NetworkClient::shared().send(
+            contentRequest(), owner, [heard](auto data, auto error, long status) {
+                heard->push_back({data, error, status, std::this_thread::get_id()});
+            });
+        tp.runPending();
+        return *heard;
+    }
+
+    // Runs a body through the common outline and reports whether it counted as success.
+    bool outline(long status, std::string body) {
+        tp.http().clearRules();
+        tp.http().answer("/content", status, std::move(body));
+        bool succeeded = false;
+        NetworkClient::shared().send(
+            contentRequest(), NetworkClient::commonOutline([&](const std::string& success) {
+                succeeded = true;
+                auto model = NetworkClient::decodeReporting<ContentDetails>(success);
+                (void)model;
+            }));
+        tp.runPending();
+        return succeeded;
+    }
+
+    std::optional<std::string> toastText() {
+        const auto& view = Toast::shared().toastView;
+        if (!view || view->subviews().empty()) {
+            return std::nullopt;
+        }
+        return std::dynamic_pointer_cast<ui::Label>(view->subviews().front())->text();
+    }
+
+    TestPlatform tp;
+};
+
+TEST_F(NetworkClientTest, AnAnswerIsPrintedAndHandedBackOnTheMainQueue) {
+    tp.http().answer("/content", 200, R"({"b":[1,"x/y"],"a":"q\"uote"})");
+    auto heard = sendAndRun();
+    ASSERT_EQ(heard.size(), 1u);
+    EXPECT_EQ(heard[0].data, R"({"b":[1,"x/y"],"a":"q\"uote"})");
+    EXPECT_FALSE(heard[0].error);
+    EXPECT_EQ(heard[0].status, 200);
+    EXPECT_EQ(heard[0].thread, std::this_thread::get_id());
+
+    EXPECT_TRUE(tp.printed("API Request::http://127.0.0.1:3001/api/v1/content?clientId=cl"));
+    EXPECT_TRUE(tp.printed(
+        R"(API Response::Optional("{\n  \"a\" : \"q\\\"uote\",\n  \"b\" : [\n    1,\n    \"x\\/y\"\n  ]\n}"))"));
+}
+
+TEST_F(NetworkClientTest, ResponseTextDropsDoubleBackslashesAndIsNilForNonJson) {
+    EXPECT_EQ(NetworkClient::responseDescription(R"({"p":"a\\b"})"),
+              R"(Optional("{\n  \"p\" : \"ab\"\n}"))");
+    EXPECT_EQ(NetworkClient::responseDescription(""), "nil");
+    EXPECT_EQ(NetworkClient::responseDescription("<html>"), "nil");
+}
+
+TEST_F(NetworkClientTest, NetworkDownPrintsAndSendsNothing) {
+    tp.reachability().set(false);
+    tp.http().answer("/content", 200, "{}");
+    auto heard = sendAndRun();
+    EXPECT_TRUE(heard.empty());
+    EXPECT_EQ(tp.http().requestCount(), 0u);
+    EXPECT_TRUE(tp.printed("No internet Connection"));
+}
+
+TEST_F(NetworkClientTest, AnAnswerWithoutBodyIsNeverHandedBack) {
+    platform::HttpResult result;
+    result.response = platform::HttpResponse{200, {}, {}};
+    tp.http().addRule({"", "/content", result, false});
+    EXPECT_TRUE(sendAndRun().empty());
+    EXPECT_TRUE(tp.printed("Error: No data received"));
+    EXPECT_FALSE(tp.printedContaining("API Request::"));
+}
+
+TEST_F(NetworkClientTest, TransportErrors) {
+    // No response at all: handed over at once with someThingWentWrong and status 0.
+    tp.http().fail("/content");
+    auto heard = sendAndRun();
+    ASSERT_EQ(heard.size(), 1u);
+    EXPECT_FALSE(heard[0].data);
+    ASSERT_TRUE(heard[0].error && heard[0].error->custom);
+    EXPECT_EQ(*heard[0].error->custom, CustomError::someThingWentWrong);
+    EXPECT_EQ(heard[0].status, 0);
+    EXPECT_FALSE(tp.printedContaining("API Request::"));
+
+    // A response and a body beside an error: printed, then the error without the body.
+    tp.http().clearRules();
+    platform::HttpResult result;
+    result.response = platform::HttpResponse{502, {}, {}};
+    result.body = "partial";
+    result.error = platform::TransportError{56, "connection reset"};
+    tp.http().addRule({"", "/content", result, false});
+    heard = sendAndRun();
+    ASSERT_EQ(heard.size(), 1u);
+    EXPECT_FALSE(heard[0].data);
+    ASSERT_TRUE(heard[0].error && heard[0].error->transport);
+    EXPECT_EQ(heard[0].error->transport->code, 56);
+    EXPECT_EQ(heard[0].status, 502);
+    EXPECT_TRUE(tp.printed("API Response::nil"));
+}
+
+TEST_F(NetworkClientTest, AnAnswerForAnOwnerThatHasGoneIsDropped) {
+    tp.http().answer("/content", 200, "{}");
+    auto owner = std::make_shared<int>(0);
+    auto heard = std::make_shared<int>(0);
+    NetworkClient::shared().send(contentRequest(), owner, [heard](auto, auto, long) { ++*heard; });
+    owner.reset();
+    tp.runPending();
+    EXPECT_EQ(*heard, 0);
+}
+
+TEST_F(NetworkClientTest, OnlyTwoHundredAndTwoHundredOneSucceed) {
+    EXPECT_TRUE(outline(200, "{}"));
+    EXPECT_TRUE(outline(201, "{}"));
+    tp.clearLines();
+    EXPECT_FALSE(outline(204, "{}"));
+    EXPECT_TRUE(tp.printed("someThingWentWrong"));
+    tp.clearLines();
+    EXPECT_FALSE(outline(500, "{}"));
+    EXPECT_TRUE(tp.printed("someThingWentWrong"));
+    tp.clearLines();
+    EXPECT_FALSE(outline(404, "{}"));
+    EXPECT_TRUE(tp.printed("wrongClientOrContentID"));
+    EXPECT_FALSE(toastText());
+}
+
+TEST_F(NetworkClientTest, EmptySuccessBodyPrintsTheDecodingFailure) {
+    EXPECT_TRUE(outline(200, ""));
+    const auto lines = tp.lines();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_TRUE(lines.back().starts_with("Data corrupted error: ")) << lines.back();
+}
+
+TEST_F(NetworkClientTest, BadRequestToastsTheServicesFirstMessage) {
+    EXPECT_FALSE(outline(400, R"({"statusCode":400,"message":["Bad id","Other"]})"));
+    EXPECT_EQ(toastText(), "Bad id");
+
+    EXPECT_FALSE(outline(400, R"({"statusCode":400,"message":[]})"));
+    EXPECT_EQ(toastText(), "Invalid Details");
+    EXPECT_FALSE(outline(400, R"({"error":"Bad Request"})"));
+    EXPECT_EQ(toastText(), "Invalid Details");
+
+    tp.clearLines();
+    Toast::shared().toastView.reset();
+    EXPECT_FALSE(outline(400, R"({"message":"not a list"})"));
+    EXPECT_TRUE(tp.printed("decodingError"));
+    EXPECT_FALSE(toastText());
+}
+
+TEST_F(NetworkClientTest, DecodeFailuresPrintTheChosenFamily) {
+    const std::string body = R"({"type":5})";
+    EXPECT_FALSE(
+        NetworkClient::decodeReporting<PopUpModel>(body, NetworkClient::FailureLines::shortFamily));
+    EXPECT_TRUE(tp.lines().back().starts_with("error String, value ")) << tp.lines().back();
+    EXPECT_FALSE(NetworkClient::decodeReporting<PopUpModel>(body));
+    EXPECT_TRUE(tp.lines().back().starts_with("Type mismatch error: String, value "))
+        << tp.lines().back();
+}
+
+}  // namespace
+}  // namespace quillgate

@@ -1,0 +1,104 @@
+#include "quillgate/service/Toast.h"
+
+#include <gtest/gtest.h>
+
+#include "quillgate/client/QuillgateClient.h"
+#include "quillgate/ui/Application.h"
+#include "quillgate/ui/Label.h"
+#include "quillgate/ui/Window.h"
+#include "tests/support/TestPlatform.h"
+
+namespace quillgate {
+namespace {
+
+using testing::TestPlatform;
+
+class ToastTest : public ::testing::Test {
+  protected:
+    ToastTest() { QuillgateClient::shared().debugMode = true; }
+
+    std::shared_ptr<ui::Label> label() {
+        return std::dynamic_pointer_cast<ui::Label>(Toast::shared().toastView->subviews().at(0));
+    }
+
+    TestPlatform tp;
+};
+
+TEST_F(ToastTest, NothingWithoutDebugModeOrWithoutAWindow) {
+    auto window = ui::Application::shared().showWindow();
+    QuillgateClient::shared().debugMode = false;
+    Toast::shared().show("hidden", 2, 10, 60);
+    EXPECT_FALSE(Toast::shared().toastView);
+    EXPECT_EQ(window->subviews().size(), 0u) << "only the root view, if any";
+
+    TestPlatform fresh;  // no scene, no window
+    QuillgateClient::shared().debugMode = true;
+    Toast::shared().show("no window", 2, 10, 60);
+    EXPECT_FALSE(Toast::shared().toastView);
+}
+
+TEST_F(ToastTest, ShowsABoxOnTheLastWindowPlacedByPosition) {
+    auto window = ui::Application::shared().showWindow();
+    auto& toast = Toast::shared();
+
+    toast.show("Top", ui::Color::blue(), ui::Color::yellow(), ui::Font::system(12), Toast::top, 2,
+               8, 40);
+    ASSERT_TRUE(toast.toastView);
+    EXPECT_EQ(toast.toastView->superview(), window);
+    EXPECT_EQ(window->subviews().back(), toast.toastView);
+    EXPECT_EQ(toast.toastView->frame(), ui::Rect(95, 20, 200, 40));
+    EXPECT_EQ(toast.toastView->alpha(), 0.8);
+    EXPECT_EQ(toast.toastView->backgroundColor(), ui::Color::blue());
+    EXPECT_EQ(toast.toastView->layer().cornerRadius, 8);
+    EXPECT_TRUE(toast.toastView->clipsToBounds());
+    EXPECT_EQ(label()->text(), "Top");
+    EXPECT_EQ(label()->textColor(), ui::Color::yellow());
+    EXPECT_EQ(label()->font(), ui::Font::system(12));
+    EXPECT_EQ(label()->textAlignment(), ui::TextAlignment::center);
+    EXPECT_EQ(label()->numberOfLines(), 0);
+    EXPECT_EQ(label()->frame().width(), 180);
+
+    toast.show("Middle", 2, 10, 60);
+    EXPECT_EQ(toast.toastView->frame(), ui::Rect(95, 392, 200, 60));
+    EXPECT_EQ(label()->textColor(), ui::Color::white());
+    EXPECT_EQ(toast.toastView->backgroundColor(), ui::Color::black());
+
+    toast.show("Bottom", ui::Color::black(), ui::Color::white(), ui::Font::system(14), 7, 2, 10,
+               60);
+    EXPECT_EQ(toast.toastView->frame(), ui::Rect(95, 844 - 20 - 60, 200, 60));
+}
+
+TEST_F(ToastTest, ASecondToastReplacesTheFirstAtOnce) {
+    auto window = ui::Application::shared().showWindow();
+    auto& toast = Toast::shared();
+    toast.show("first", 2, 10, 60);
+    auto first = toast.toastView;
+    tp.advance(1);
+    toast.show("second", 2, 10, 60);
+    EXPECT_FALSE(first->superview());
+    EXPECT_EQ(label()->text(), "second");
+
+    // The first toast's fade, still due, leaves the second alone.
+    tp.advance(1.5);
+    EXPECT_EQ(toast.toastView->alpha(), 0.8);
+    EXPECT_TRUE(toast.toastView->superview());
+}
+
+TEST_F(ToastTest, FadesAfterItsDurationThenGoes) {
+    auto window = ui::Application::shared().showWindow();
+    auto& toast = Toast::shared();
+    toast.show("bye", 2, 10, 60);
+    auto box = toast.toastView;
+
+    tp.advance(1.9);
+    EXPECT_EQ(box->alpha(), 0.8);
+    tp.advance(0.1);
+    EXPECT_EQ(box->alpha(), 0.0) << "the fade has begun";
+    EXPECT_EQ(box->superview(), window);
+    tp.advance(0.3);
+    EXPECT_FALSE(box->superview());
+    EXPECT_FALSE(toast.toastView);
+}
+
+}  // namespace
+}  // namespace quillgate
