@@ -181,7 +181,7 @@ std::size_t NotificationCenter::observerCount(std::string_view name) const {
                       [&](const auto& e) { return !e.name.empty() && e.name == name; }));
 }
 
-std::size_t NotificationCenter::observerCount(const void* owner) const {
+std::size_t NotificationCenter::ownerRegistrationCount(const void* owner) const {
     return static_cast<std::size_t>(
         std::count_if(registry_->entries.begin(), registry_->entries.end(),
                       [&](const auto& e) { return owner && e.owner == owner; }));

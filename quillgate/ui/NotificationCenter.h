@@ -111,7 +111,7 @@ class NotificationCenter {
     // Number of registrations for `name` (catch-all ones not counted).
     std::size_t observerCount(std::string_view name) const;
     // Number of registrations of `owner` (all names).
-    std::size_t observerCount(const void* owner) const;
+    std::size_t ownerRegistrationCount(const void* owner) const;
 
   private:
     std::shared_ptr<detail::NotificationRegistry> registry_;
