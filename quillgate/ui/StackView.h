@@ -1,0 +1,60 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "quillgate/ui/View.h"
+
+// A view that lines up its arranged subviews along an axis with spacing. Arranged subviews
+// are also subviews; a view removed from the stack view's subviews stops being arranged,
+// while `removeArrangedSubview` keeps it as a subview, as on the original platform. Layout
+// (`layoutSubviews`) places the shown arranged subviews one after the other, each with its
+// fitting size along the axis and the stack's full width (or height) across; hidden ones
+// take no room. Main thread only.
+namespace quillgate::ui {
+
+enum class LayoutAxis { horizontal = 0, vertical = 1 };
+enum class StackViewDistribution {
+    fill,
+    fillEqually,
+    fillProportionally,
+    equalSpacing,
+    equalCentering
+};
+enum class StackViewAlignment { fill, leading, firstBaseline, center, trailing, lastBaseline };
+
+class StackView : public View {
+  public:
+    StackView() = default;
+    explicit StackView(Rect frame) : View(frame) {}
+
+    std::string className() const override { return "StackView"; }
+
+    std::vector<std::shared_ptr<View>> arrangedSubviews() const;
+    void addArrangedSubview(const std::shared_ptr<View>& view);
+    void insertArrangedSubview(const std::shared_ptr<View>& view, std::size_t index);
+    void removeArrangedSubview(const std::shared_ptr<View>& view);
+
+    LayoutAxis axis() const { return axis_; }
+    void setAxis(LayoutAxis axis) { axis_ = axis; }
+    double spacing() const { return spacing_; }
+    void setSpacing(double spacing) { spacing_ = spacing; }
+    StackViewDistribution distribution() const { return distribution_; }
+    void setDistribution(StackViewDistribution d) { distribution_ = d; }
+    StackViewAlignment alignment() const { return alignment_; }
+    void setAlignment(StackViewAlignment a) { alignment_ = a; }
+
+    void layoutSubviews() override;
+    // The length along the axis the shown arranged subviews need, spacing included.
+    Size sizeThatFits(Size fitting) const override;
+
+  private:
+    std::vector<std::weak_ptr<View>> arranged_;
+    LayoutAxis axis_ = LayoutAxis::horizontal;
+    double spacing_ = 0;
+    StackViewDistribution distribution_ = StackViewDistribution::fill;
+    StackViewAlignment alignment_ = StackViewAlignment::fill;
+};
+
+}  // namespace quillgate::ui
