@@ -9,7 +9,9 @@
 // controller's view beneath everything else it holds, and presented controllers' views above
 // it. Like the original platform's windows it starts hidden; `makeKeyAndVisible` shows it and
 // makes it the application's key window. A window kept by a WindowScene belongs to the
-// application; a window made alone still works as a tree root (for tests). Main thread only.
+// application; a window made alone still works as a tree root (for tests). Appearance
+// callbacks follow the tree, not visibility: a root view joining a hidden window appears.
+// Main thread only.
 namespace quillgate::ui {
 
 class ViewController;
