@@ -1,23 +1,21 @@
 #include "quillgate/service/CustomError.h"
 
+#include <array>
+
 #include "quillgate/platform/Log.h"
 
 namespace quillgate {
 
+namespace {
+// In the order of the cases.
+constexpr std::array<std::string_view, 5> kNames{"noInternetConnection", "someThingWentWrong",
+                                                 "decodingError", "wrongClientOrContentID",
+                                                 "internalServerError"};
+}  // namespace
+
 std::string_view name(CustomError error) {
-    switch (error) {
-        case CustomError::noInternetConnection:
-            return "noInternetConnection";
-        case CustomError::someThingWentWrong:
-            return "someThingWentWrong";
-        case CustomError::decodingError:
-            return "decodingError";
-        case CustomError::wrongClientOrContentID:
-            return "wrongClientOrContentID";
-        case CustomError::internalServerError:
-            return "internalServerError";
-    }
-    return "someThingWentWrong";
+    const auto index = static_cast<std::size_t>(error);
+    return index < kNames.size() ? kNames[index] : kNames[1];
 }
 
 void print(CustomError error) {

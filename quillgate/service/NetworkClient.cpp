@@ -75,6 +75,13 @@ void NetworkClient::send(platform::HttpRequest request, Completion completion) {
 void NetworkClient::handleDataTaskResult(const platform::HttpResult& result,
                                          const platform::HttpRequest& request,
                                          const Completion& completion) {
+    handleDataTaskResult(result, request, completion, platform::mainQueue());
+}
+
+void NetworkClient::handleDataTaskResult(const platform::HttpResult& result,
+                                         const platform::HttpRequest& request,
+                                         const Completion& completion,
+                                         platform::RunLoop& mainQueue) {
     if (!result.response) {
         // No HTTP answer at all: handed over at once, on this thread.
         completion(std::nullopt, RequestError{CustomError::someThingWentWrong, std::nullopt}, 0);
@@ -90,11 +97,10 @@ void NetworkClient::handleDataTaskResult(const platform::HttpResult& result,
 
     if (result.error) {
         RequestError error{std::nullopt, result.error};
-        platform::mainQueue().async(
-            [completion, error, status] { completion(std::nullopt, error, status); });
+        mainQueue.async([completion, error, status] { completion(std::nullopt, error, status); });
         return;
     }
-    platform::mainQueue().async(
+    mainQueue.async(
         [completion, body = *result.body, status] { completion(body, std::nullopt, status); });
 }
 

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "quillgate/platform/HttpSession.h"
+#include "quillgate/platform/RunLoop.h"
 #include "quillgate/records/RecordCoding.h"
 #include "quillgate/service/CustomError.h"
 
@@ -45,7 +46,8 @@ class NetworkClient {
 
     static NetworkClient& shared();
 
-    // The process's HTTP session, taken from the platform when the client is first used.
+    // The process's HTTP session, taken from the platform when the client is first used (so
+    // a test that swaps the platform's session does it before its first request).
     platform::HttpSession& session() { return *session_; }
 
     // Checks the network and starts a data task. The completion runs only while `owner` is
@@ -55,7 +57,11 @@ class NetworkClient {
     // The same for callers that own nothing (events): the completion always runs.
     void send(platform::HttpRequest request, Completion completion);
 
-    // The common response path of a data task.
+    // The common response path of a data task, handing completions to `mainQueue`.
+    static void handleDataTaskResult(const platform::HttpResult& result,
+                                     const platform::HttpRequest& request,
+                                     const Completion& completion, platform::RunLoop& mainQueue);
+    // The same, handing completions to the installed platform's main queue.
     static void handleDataTaskResult(const platform::HttpResult& result,
                                      const platform::HttpRequest& request,
                                      const Completion& completion);
