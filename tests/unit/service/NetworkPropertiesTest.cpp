@@ -122,12 +122,6 @@ TEST_F(NetworkPropertiesTest, RequestsFollowTheClientsModeAndDeployment) {
     EXPECT_EQ(ping.headers.size(), 3u);
 }
 
-TEST_F(NetworkPropertiesTest, NetworkStateComesFromReachability) {
-    EXPECT_TRUE(NetworkProperties::isConnectedToNetwork());
-    tp.reachability().set(false);
-    EXPECT_FALSE(NetworkProperties::isConnectedToNetwork());
-}
-
 using NetworkPropertiesDeathTest = NetworkPropertiesTest;
 
 TEST_F(NetworkPropertiesDeathTest, AnAddressThatDoesNotParseEndsTheProgram) {
