@@ -19,9 +19,9 @@
 //   auto request = NetworkProperties::getRequest(parameters, false, Endpoint::content());
 //   NetworkClient::shared().send(std::move(request), weakOwner,
 //       NetworkClient::commonOutline([](const std::string& body) { ...200 or 201... }));
-// `send` checks the network (printing "No internet Connection" and stopping when it is
-// down) and starts the data task; `handleDataTaskResult` prints the request and the answer
-// on the session's thread and hands the outcome to the completion on the main queue, where
+// `send` checks the network (printing that there is no internet connection and stopping
+// when it is down) and starts the data task; `handleDataTaskResult` prints the request and the
+// answer on the session's thread and hands the outcome to the completion on the main queue, where
 // the completion runs only while its owner is alive.
 //
 // `shared()`, `send` and the helpers run on the main thread; handleDataTaskResult runs on
@@ -66,9 +66,11 @@ class NetworkClient {
                                      const platform::HttpRequest& request,
                                      const Completion& completion);
 
-    // What "API Response::" prints: the description of the body's pretty text, i.e.
-    // Optional("<text>") with the text quoted on one line, or "nil" for a body that isn't
-    // JSON.
+    // What the response line prints after its marker: the description of the body's pretty
+    // text, which is an optional text. Present, it reads Optional("<text>") with the text
+    // quoted (its line breaks and quotes escaped, so the answer stays one line); for a body
+    // that isn't a JSON object or list it reads "nil". The pretty text is the body written
+    // again with two-space indentation and every double backslash removed.
     static std::string responseDescription(std::string_view body);
 
     // --- The outline every completion shares -----------------------------------------------
@@ -77,7 +79,8 @@ class NetworkClient {
     static bool isSuccess(long status) { return status == 200 || status == 201; }
 
     // Status 400: the service's error body. Shows a toast with its first message, or
-    // "Invalid Details" when it has none; prints decodingError when the body isn't one.
+    // a fixed "invalid details" text when it has none; prints decodingError when the body isn't
+    // one.
     static void showBadRequest(std::string_view body);
 
     // The failure statuses: 400 as above, 404 prints wrongClientOrContentID, any other

@@ -34,7 +34,7 @@ class NetworkProperties {
     // it prints (a list reads `["a", "b"]`), and the whole address is then percent-encoded
     // with the URL-query-allowed set.
     // "post": the parameters are the JSON body. If they can't be written as JSON, prints
-    // "Error converting to data: " and the reason, and the request goes out without a body.
+    // the conversion error, and the request goes out without a body.
     // Headers: exactly "accept" and "Content-Type" (both "application/json") and
     // "User-Agent". An address that doesn't parse ends the program.
     static platform::HttpRequest getRequest(const Parameters& parameters, bool isJourneyQuery,
