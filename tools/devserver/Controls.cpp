@@ -211,11 +211,15 @@ uint64_t Controls::record(RecordedRequest request) {
     return requests_.back().sequence;
 }
 
-void Controls::setAnswer(uint64_t sequence, int status, const std::string& faultId) {
+void Controls::setAnswer(uint64_t sequence, int status, const std::string& faultId,
+                         const std::string& body) {
     std::lock_guard lock(mutex_);
     for (auto it = requests_.rbegin(); it != requests_.rend(); ++it) {
         if (it->sequence == sequence) {
             it->status = status;
+            if (!body.empty()) {
+                it->body = body;
+            }
             if (!faultId.empty()) {
                 it->fault = faultId;
             }

@@ -52,7 +52,7 @@ struct RecordedRequest {
     std::string target;  // path and query as sent
     Params params;
     std::vector<std::pair<std::string, std::string>> headers;
-    std::string body;
+    std::string body;   // empty for a request a fault answered before reading it
     int status = 0;     // 0 until answered; stays 0 for a dropped connection
     std::string fault;  // id of the fault that shaped the answer, if any
 };
@@ -75,7 +75,10 @@ class Controls {
     static nlohmann::ordered_json faultJson(const Fault& fault);
 
     uint64_t record(RecordedRequest request);
-    void setAnswer(uint64_t sequence, int status, const std::string& faultId);
+    // Completes a logged request once it has been answered. The body is read only after the
+    // faults had their say, so it is filled in here.
+    void setAnswer(uint64_t sequence, int status, const std::string& faultId,
+                   const std::string& body);
     std::vector<RecordedRequest> requests() const;
     // The log as JSON; `path` and `server`, when not empty, filter it.
     nlohmann::ordered_json requestsJson(const std::string& path = "",

@@ -178,7 +178,6 @@ void DevServer::Impl::configure(httplib::Server& server, const std::string& name
             record.target = req.target;
             record.params = paramsOf(req);
             record.headers.assign(req.headers.begin(), req.headers.end());
-            record.body = req.body;
             tRequestSequence = controls.record(std::move(record));
 
             auto fault = controls.takeFault(name, req.method, req.path);
@@ -202,7 +201,7 @@ void DevServer::Impl::configure(httplib::Server& server, const std::string& name
         });
     server.set_post_routing_handler([this](const httplib::Request& req, httplib::Response& res) {
         if (tRequestSequence != 0 && !isControlPath(req.path)) {
-            controls.setAnswer(tRequestSequence, tDropped ? 0 : res.status, tFaultId);
+            controls.setAnswer(tRequestSequence, tDropped ? 0 : res.status, tFaultId, req.body);
         }
     });
     server.set_exception_handler(
