@@ -436,9 +436,11 @@ Reply WebPages::subscription(const Params& params) {
     const bool trial = trialWanted(params);
     const std::string action = "/subscription/choose";
     std::ostringstream body;
-    body << "<header>" << htmlEscape(publisher->plans->title) << "</header>\n";
+    body << "<header>" << htmlEscape(publisher->plans->title) << "</header>\n"
+         << emailField(publisher->demoReader);
     bool anyTrial = false;
     bool shown = false;
+    std::ostringstream cards;
     for (const Subscriptions& plan : publisher->plans->subscriptions) {
         std::ostringstream tiers;
         for (const Tier& tier : plan.tiers) {
@@ -462,17 +464,18 @@ Reply WebPages::subscription(const Params& params) {
             continue;
         shown = true;
         anyTrial = anyTrial || plan.freeTrial.enabled;
-        body << "<div class=\"card\"><h2>" << htmlEscape(plan.title) << "</h2><ul class=\"muted\">";
+        cards << "<div class=\"card\"><h2>" << htmlEscape(plan.title)
+              << "</h2><ul class=\"muted\">";
         std::stringstream benefits(plan.benefits);
         for (std::string item; std::getline(benefits, item, ',');) {
-            body << "<li>" << htmlEscape(item) << "</li>";
+            cards << "<li>" << htmlEscape(item) << "</li>";
         }
-        body << "</ul>";
+        cards << "</ul>";
         if (plan.freeTrial.enabled) {
-            body << "<div class=\"muted\">Starts with a " << plan.freeTrial.duration.value_or(0)
-                 << "-day free trial if you like.</div>";
+            cards << "<div class=\"muted\">Starts with a " << plan.freeTrial.duration.value_or(0)
+                  << "-day free trial if you like.</div>";
         }
-        body << "<div class=\"tiers\">" << tierLinks << "</div></div>\n";
+        cards << "<div class=\"tiers\">" << tierLinks << "</div></div>\n";
     }
     if (!shown) {
         return failure(params, 404, "Unknown subscription tier \"" + wantedTier + "\"", "");
@@ -482,7 +485,7 @@ Reply WebPages::subscription(const Params& params) {
              << (trial ? " checked" : "") << "><label for=\"trial\">Start with the free "
              << "trial</label></div>\n";
     }
-    body << emailField(publisher->demoReader);
+    body << cards.str();
     body << choiceHtml({"cancel", "Not now", choiceHref(action, params, {{"choice", "cancel"}}),
                         "quiet", "", false, false});
     return htmlReply(200, page(publisher->plans->title, body.str()));
