@@ -347,6 +347,32 @@ TEST_F(DevServerTest, AutoLoginAndOnlyLoginPagesCarryTheMessageForTheScriptHandl
     EXPECT_TRUE(signedIn->sessionID);
 }
 
+TEST_F(DevServerTest, PagesRefuseWhatTheyCannotDoAndCancelLeavesTheChallengeAlone) {
+    const std::string c = kClient;
+    EXPECT_NE(page("/overlay?clientId=nobody&clientContentId=x", 404).find("Unknown publisher"),
+              std::string::npos);
+    page("/subscription?clientId=" + c + "&tierId=tier-none", 404);
+    page("/overlay/choose?clientId=" + c + "&choice=steal", 400);
+
+    // A typed address that isn't one: the page says so, the JSON form says status false.
+    const std::string bad =
+        "/overlay/choose?clientId=" + c + "&clientContentId=premium-3a&choice=read&email=not%40";
+    auto refused = web_->Get(bad + "&respond=json");
+    ASSERT_TRUE(refused);
+    EXPECT_EQ(refused->status, 400);
+    EXPECT_EQ(decode<AutoLoginModel>(refused->body)->status, false);
+
+    const std::string challenge = postChallenge("challenge-cancel", "premium-3a");
+    const std::string html =
+        page("/overlay?clientId=" + c + "&clientContentId=premium-3a&loginChallenge=" + challenge);
+    choose(choiceLink(html, "cancel"), "orvelant://home?id=premium-3a");
+    EXPECT_FALSE(get<LoginChallenge>("/login-challenge/" + challenge).sessionID);
+    EXPECT_EQ(Json::parse(api_->Get("/__control/state")->body)["sessions"].size(), 0u);
+
+    // The index lists the scenario for a person with a browser.
+    EXPECT_NE(page("/").find("premium-13a"), std::string::npos);
+}
+
 TEST_F(DevServerTest, MeteredReaderCountsDownArticleByArticleUntilTheWall) {
     // The journey query exactly as the library writes it: lists printed as ["..."].
     auto visit = [&](const std::string& contentId) {

@@ -52,6 +52,17 @@ std::vector<std::string> listParam(const Params& params, const std::string& key)
     return out;
 }
 
+// Something@something.something, with nothing more to it: enough to catch a slip of the
+// finger on the sign-in page.
+bool plausibleEmail(const std::string& email) {
+    const auto at = email.find('@');
+    if (at == std::string::npos || at == 0 || email.find('@', at + 1) != std::string::npos) {
+        return false;
+    }
+    const auto dot = email.rfind('.');
+    return dot != std::string::npos && dot > at + 1 && dot + 1 < email.size();
+}
+
 // Parameters of a POST may come in the query or as keys of a JSON body.
 Params withBody(Params params, const std::string& body) {
     const Json parsed = Json::parse(body, nullptr, false);
@@ -671,7 +682,7 @@ SignIn AccessService::signIn(const std::string& clientId, const Identity& identi
                                                  : "Invalid token";
             return out;
         }
-        if (!email.empty() && email.find('@') == std::string::npos) {
+        if (!email.empty() && !plausibleEmail(email)) {
             out.message = "Enter a valid e-mail address";
             return out;
         }

@@ -11,6 +11,7 @@
 
 #include "quillgate/records/RecordCoding.h"
 #include "tools/devserver/AccessService.h"
+#include "tools/devserver/Controls.h"
 #include "tools/devserver/DevServer.h"
 #include "tools/devserver/Encoding.h"
 #include "tools/devserver/Scenario.h"
@@ -267,6 +268,54 @@ TEST(TimerTimeTest, WritesTheFormTheTimerTemplatesParse) {
     const auto moment = std::chrono::system_clock::time_point(std::chrono::seconds(1709211909));
     EXPECT_EQ(timerTime(moment), "Thu Feb 29 2024 13:05:09 GMT+0000");
     EXPECT_EQ(isoTime(moment), "2024-02-29T13:05:09.000Z");
+}
+
+TEST(FaultSpecTest, ReadsTheControlFormAndRefusesWhatItCannotForce) {
+    std::string error;
+    auto fault = Controls::parseFault(
+        nlohmann::json::parse(R"({"path": "/api/v1/content", "method": "post", "fault": "delay",
+                                  "delayMs": 20, "times": 0})"),
+        error);
+    ASSERT_TRUE(fault) << error;
+    EXPECT_EQ(fault->method, "POST");
+    EXPECT_EQ(fault->kind, FaultKind::delay);
+    EXPECT_EQ(fault->times, 0);
+
+    const std::pair<const char*, const char*> refused[] = {
+        {R"({"path": "/x"})", "a status fault needs \"status\""},
+        {R"({"path": "/x", "status": 700})", "\"status\" must lie between 100 and 599"},
+        {R"({"path": "/x", "fault": "explode"})",
+         "\"fault\" must be status, empty, malformed, delay or drop"},
+        {R"({"path": "/x", "fault": "drop", "server": "db"})",
+         "\"server\" must be \"api\", \"web\" or \"collect\""},
+        {R"({"path": "/x", "fault": "delay", "delayMs": "1"})",
+         "\"delayMs\" must be a whole number"},
+        {R"([])", "a fault is a JSON object"},
+    };
+    for (const auto& [spec, message] : refused) {
+        error.clear();
+        EXPECT_FALSE(Controls::parseFault(nlohmann::json::parse(spec), error)) << spec;
+        EXPECT_EQ(error, message);
+    }
+}
+
+TEST(FaultSpecTest, FaultsMatchByServerMethodAndPathAndWearOut) {
+    Controls controls;
+    controls.addFault(Fault{"", "api", "GET", "/api/v1/login-challenge/*", FaultKind::status, 404,
+                            std::nullopt, "", 0, 2});
+    EXPECT_FALSE(controls.takeFault("web", "GET", "/api/v1/login-challenge/a"));
+    EXPECT_FALSE(controls.takeFault("api", "POST", "/api/v1/login-challenge/a"));
+    EXPECT_FALSE(controls.takeFault("api", "GET", "/api/v1/login-challenge"));
+    EXPECT_TRUE(controls.takeFault("api", "GET", "/api/v1/login-challenge/a"));
+    EXPECT_TRUE(controls.takeFault("api", "GET", "/api/v1/login-challenge/b"));
+    EXPECT_FALSE(controls.takeFault("api", "GET", "/api/v1/login-challenge/c"));
+
+    const Reply defaulted = Controls::faultReply(
+        Fault{"", "", "", "/x", FaultKind::status, 400, std::nullopt, "", 0, 1});
+    auto body = decode<APIResponse>(defaulted.body);
+    ASSERT_TRUE(body.ok());
+    EXPECT_EQ(body->error, "Bad Request");
+    EXPECT_EQ(body->message, std::vector<std::string>{"Forced by a test control"});
 }
 
 // A data directory with one file replaced.
