@@ -1,5 +1,7 @@
 #include "quillgate/client/QuillgateClient.h"
 
+#include "quillgate/analytics/EventManager.h"
+#include "quillgate/analytics/PingManager.h"
 #include "quillgate/platform/Log.h"
 #include "quillgate/platform/Platform.h"
 #include "quillgate/platform/Text.h"
@@ -140,7 +142,8 @@ void QuillgateClient::getlogout(std::shared_ptr<Quillgatelogout> logoutBtnDelega
 }
 
 void QuillgateClient::exitSDK() {
-    // Stopping the ping and the EXIT event land here.
+    PingManager::shared().stopTimer();
+    EventManager::shared().logEventEXIT(EventLocation::PAGE);
 }
 
 void QuillgateClient::handleRelaunchApp(const std::string& address) {
