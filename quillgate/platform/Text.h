@@ -29,6 +29,12 @@ std::string uppercased(std::string_view s);
 // First letter of each word upper case, the rest lower case.
 std::string capitalized(std::string_view s);
 
+// The process's default locale, as an ICU locale id ("de_DE"): what formatting uses when no
+// locale is given. Taken from the environment (LC_ALL, LC_MESSAGES, LANG) at first use; a host
+// (or a test) may set another one on the main thread before formatting starts on others.
+std::string defaultLocale();
+void setDefaultLocale(std::string_view locale);
+
 // A decimal number with at least `minFractionDigits` and at most `maxFractionDigits`,
 // rounded half-even, in `locale` (ICU locale id; empty: the process's default locale).
 std::string formatDecimal(double value, int minFractionDigits, int maxFractionDigits,

@@ -16,10 +16,13 @@ struct Url {
     std::string path;
     std::optional<std::string> query;  // still percent-encoded
     std::optional<std::string> fragment;
-    std::string text;  // the whole address, normalised by the parser
+    std::string text;  // the whole address, as given
 };
 
-// Parses an absolute address. Nothing if the parser refuses it.
+// Parses an absolute address ("scheme://..."; custom schemes such as the library's deep link
+// included). Nothing if the parser refuses it: no scheme, a blank or other raw character that
+// an address may not hold, a bad port. The parts come from the parser; `text` stays the text
+// as given, as the original platform's absolute string does.
 std::optional<Url> parse(std::string_view address);
 
 // Percent-encodes every byte outside the "URL query allowed" set: ASCII letters and digits
@@ -30,11 +33,18 @@ std::string percentDecode(std::string_view s);
 
 using QueryItems = std::vector<std::pair<std::string, std::string>>;
 
-// The address with these query items appended, as URL components would build it: each name
-// and value percent-encoded for a query component, joined with "&" and "=". No items: the
-// address unchanged.
+// The address with its query replaced by these items, as URL components' query items setter
+// builds it: name=value pairs joined with "&". Each name and value is percent-encoded with the
+// query allowed set less the characters that would cut it: "&" and "=" in a name, "&" in a
+// value ("=" stays: a reader splits at the first one). "+" and the other allowed characters
+// ("/", "?", ":", "@", ...) stay as they are, so ids and texts arrive intact and a blank
+// arrives as "%20". The rest of the address, fragment included, stays as written. No items:
+// the address unchanged (no empty "?").
 std::string withQueryItems(std::string_view address, const QueryItems& items);
-// The decoded query items of an address, in order (for tests, tools and the devserver).
+// The decoded query items of an address, in order (for tests, tools and the devserver): the
+// query split at "&", each item at its first "=", names and values percent-decoded ("+" is
+// not a blank). An item without "=" has the empty value; empty items are skipped. Round trip:
+// queryItems(withQueryItems(a, items)) == items.
 QueryItems queryItems(std::string_view address);
 
 }  // namespace quillgate::platform::url
