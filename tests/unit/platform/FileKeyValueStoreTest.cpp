@@ -1,0 +1,149 @@
+// The user defaults on disk: durable, atomic, and never losing a file it cannot read.
+
+#include "quillgate/platform/linux/FileKeyValueStore.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "tests/support/TestPlatform.h"
+
+namespace quillgate::platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string readFile(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+void writeFile(const fs::path& p, const std::string& content) {
+    std::ofstream(p, std::ios::binary) << content;
+}
+
+std::vector<std::string> entries(const fs::path& dir) {
+    std::vector<std::string> names;
+    for (const auto& e : fs::directory_iterator(dir)) {
+        names.push_back(e.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+class FileKeyValueStoreTest : public ::testing::Test {
+  protected:
+    testing::TestPlatform test;  // its log sink keeps what the store prints
+    fs::path dir = test.stateDirectory() / "store";
+    fs::path file = dir / "defaults.json";
+};
+
+TEST_F(FileKeyValueStoreTest, ValuesSurviveARestart) {
+    {
+        FileKeyValueStore store(file);
+        store.setObject("8F0C-ANON", "AnonymousID");
+        store.setObject(nlohmann::json{{"n", 1}, {"list", {1, 2}}}, "nested");
+        store.setValue(std::string("session-1"), "sessionID");
+        store.setObject("gone", "loginChallenge");
+        store.setValue(std::nullopt, "loginChallenge");
+        EXPECT_TRUE(store.synchronize());
+        store.setObject("", "clientUserId");  // written by the destructor, at exit
+    }
+    FileKeyValueStore again(file);
+    EXPECT_EQ(again.string("AnonymousID"), "8F0C-ANON");
+    EXPECT_EQ(again.object("nested"), (nlohmann::json{{"n", 1}, {"list", {1, 2}}}));
+    EXPECT_EQ(again.string("sessionID"), "session-1");
+    EXPECT_EQ(again.string("clientUserId"), "");
+    EXPECT_FALSE(again.object("loginChallenge"));
+    EXPECT_FALSE(again.string("nested"));  // not a text
+    EXPECT_TRUE(test.lines().empty());
+}
+
+TEST_F(FileKeyValueStoreTest, WriteLeavesOnlyTheFileBehind) {
+    FileKeyValueStore store(file);
+    EXPECT_TRUE(store.synchronize());  // nothing changed: nothing written
+    EXPECT_FALSE(fs::exists(file));
+    store.setObject(42, "counter");
+    EXPECT_TRUE(store.synchronize());
+    store.setObject(43, "counter");
+    EXPECT_TRUE(store.synchronize());
+    EXPECT_EQ(entries(dir), std::vector<std::string>{"defaults.json"});
+    EXPECT_EQ(nlohmann::json::parse(readFile(file)), (nlohmann::json{{"counter", 43}}));
+}
+
+TEST_F(FileKeyValueStoreTest, InvalidUtf8TextIsStoredNotThrown) {
+    {
+        FileKeyValueStore store(file);
+        store.setObject("bad \xff text", "key");
+        EXPECT_TRUE(store.synchronize());
+    }
+    EXPECT_EQ(FileKeyValueStore(file).string("key"), "bad \xEF\xBF\xBD text");
+}
+
+TEST_F(FileKeyValueStoreTest, UnreadableFileReadsEmptyAndIsKeptAside) {
+    for (const std::string& content : {std::string("{\"AnonymousID\": \"A"), std::string(""),
+                                       std::string("[1,2]"), std::string("\x00\x01", 2)}) {
+        fs::create_directories(dir);
+        writeFile(file, content);
+        test.clearLines();
+        {
+            FileKeyValueStore store(file);
+            EXPECT_FALSE(store.object("AnonymousID"));
+            EXPECT_EQ(test.lines(),
+                      std::vector<std::string>{
+                          "Quillgate: user defaults unreadable, starting empty: " + file.string()});
+            store.setObject("fresh", "AnonymousID");
+        }
+        fs::path aside = file;
+        aside += ".corrupt";
+        EXPECT_EQ(readFile(aside), content);
+        EXPECT_EQ(FileKeyValueStore(file).string("AnonymousID"), "fresh");
+        fs::remove_all(dir);
+    }
+}
+
+TEST_F(FileKeyValueStoreTest, EarlierCorruptFileIsNotOverwritten) {
+    fs::create_directories(dir);
+    writeFile(file, "first");
+    { FileKeyValueStore store(file); }
+    writeFile(file, "second");
+    { FileKeyValueStore store(file); }
+    EXPECT_EQ(readFile(dir / "defaults.json.corrupt"), "first");
+    EXPECT_EQ(readFile(dir / "defaults.json.corrupt.1"), "second");
+    EXPECT_EQ(test.lines().size(), 2u);
+}
+
+TEST_F(FileKeyValueStoreTest, FailedWritePrintsOneLineAndKeepsValuesInMemory) {
+    if (::geteuid() == 0) {
+        GTEST_SKIP() << "permissions do not bind the superuser";
+    }
+    fs::create_directories(dir);
+    FileKeyValueStore store(file);
+    store.setObject("kept", "key");
+    fs::permissions(dir, fs::perms::owner_read | fs::perms::owner_exec);
+    EXPECT_FALSE(store.synchronize());
+    EXPECT_EQ(test.lines().size(), 1u);
+    EXPECT_EQ(store.string("key"), "kept");
+    fs::permissions(dir, fs::perms::owner_all);
+    EXPECT_TRUE(store.synchronize());  // tried again, now with success
+    EXPECT_EQ(FileKeyValueStore(file).string("key"), "kept");
+}
+
+TEST_F(FileKeyValueStoreTest, FailedWriteWhereNoDirectoryCanBeMade) {
+    fs::create_directories(dir);
+    writeFile(dir / "not-a-directory", "x");
+    FileKeyValueStore store(dir / "not-a-directory" / "defaults.json");
+    store.setObject(1, "key");
+    EXPECT_FALSE(store.synchronize());
+    ASSERT_EQ(test.lines().size(), 1u);
+    EXPECT_NE(test.lines()[0].find("could not write user defaults"), std::string::npos);
+    test.clearLines();
+}
+
+}  // namespace
+}  // namespace quillgate::platform
