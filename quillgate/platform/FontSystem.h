@@ -6,7 +6,20 @@
 
 namespace quillgate::platform {
 
-// The process's fonts. Main thread only.
+// The weights of the system font, lightest first, as the styling engine names them.
+enum class FontWeight { ultraLight, thin, light, regular, medium, semibold, bold, heavy, black };
+
+// A face that text can be set in: what a label's font resolves to.
+struct FontFace {
+    std::string postScriptName;  // e.g. "Roboto-Regular"; empty if the machine has no font
+    std::string family;          // e.g. "Roboto"; "System" for the system font
+    FontWeight weight = FontWeight::regular;
+    bool isSystem = false;  // the system font at a weight, not a face looked up by name
+};
+
+// The process's fonts: reading a font file's PostScript name, registering a downloaded file
+// for this process, and resolving the names that paywall styles give. Owned by the platform;
+// main thread only.
 class FontSystem {
   public:
     virtual ~FontSystem() = default;
@@ -16,6 +29,19 @@ class FontSystem {
     virtual bool registerFontFile(const std::filesystem::path& file) = 0;
     // True if a face with exactly this PostScript name is usable (case-sensitive).
     virtual bool isRegistered(const std::string& postScriptName) = 0;
+
+    // The face called `name`, or nothing (the platform's "font with name"): a face whose
+    // PostScript name is exactly `name`, else the regular upright face of the family called
+    // exactly `name`. The default knows PostScript names only, through isRegistered.
+    virtual std::optional<FontFace> face(const std::string& name) {
+        if (name.empty() || !isRegistered(name)) {
+            return std::nullopt;
+        }
+        return FontFace{name, name, FontWeight::regular, false};
+    }
+    // The system font at `weight` (the platform's "system font of weight"), the fallback when
+    // a name resolves to nothing. Always gives a face.
+    virtual FontFace systemFace(FontWeight weight) { return FontFace{"", "System", weight, true}; }
 };
 
 }  // namespace quillgate::platform

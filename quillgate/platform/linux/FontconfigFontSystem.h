@@ -1,0 +1,49 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "quillgate/platform/FontSystem.h"
+
+struct _FcConfig;
+struct FT_LibraryRec_;
+
+namespace quillgate::platform {
+
+// Fonts on fontconfig and FreeType.
+//
+// FreeType reads a file's PostScript name (Roboto-Regular.ttf: "Roboto-Regular"). Each
+// instance holds a fontconfig configuration of its own: the machine's installed fonts (the
+// default) or none at all (tests that need a name to be unknown until they register it).
+// Registering a file adds it to that configuration for the life of the instance, which the
+// platform keeps for the life of the process.
+//
+// fontconfig compares names without regard to case and its matching always proposes some
+// font, so every answer here is checked against the exact name: "roboto-regular" is not
+// "Roboto-Regular".
+//
+// Owned by the platform; main thread only (a FreeType library handle is not thread-safe).
+class FontconfigFontSystem final : public FontSystem {
+  public:
+    enum class InstalledFonts { include, exclude };
+
+    explicit FontconfigFontSystem(InstalledFonts installed = InstalledFonts::include);
+    ~FontconfigFontSystem() override;
+    FontconfigFontSystem(const FontconfigFontSystem&) = delete;
+    FontconfigFontSystem& operator=(const FontconfigFontSystem&) = delete;
+
+    std::optional<std::string> postScriptName(const std::filesystem::path& file) override;
+    bool registerFontFile(const std::filesystem::path& file) override;
+    bool isRegistered(const std::string& postScriptName) override;
+    std::optional<FontFace> face(const std::string& name) override;
+    // The machine's sans-serif face nearest to `weight` (fontconfig's choice); the face
+    // reports the weight asked for, as a system font drawn at that weight would.
+    FontFace systemFace(FontWeight weight) override;
+
+  private:
+    _FcConfig* config_ = nullptr;
+    FT_LibraryRec_* freetype_ = nullptr;
+};
+
+}  // namespace quillgate::platform

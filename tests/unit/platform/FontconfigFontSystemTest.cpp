@@ -1,0 +1,107 @@
+// Fonts on fontconfig and FreeType, with the font files of the machine's packages.
+
+#include "quillgate/platform/linux/FontconfigFontSystem.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "tests/support/TestPlatform.h"
+
+namespace quillgate::platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Where fonts-roboto and fonts-dejavu-core put their files (Debian 12 and later).
+const fs::path kRoboto = "/usr/share/fonts/truetype/roboto/unhinted/RobotoTTF/Roboto-Regular.ttf";
+const fs::path kRobotoBold = "/usr/share/fonts/truetype/roboto/unhinted/RobotoTTF/Roboto-Bold.ttf";
+const fs::path kDejaVu = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+
+class FontconfigFontSystemTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        for (const auto& f : {kRoboto, kRobotoBold, kDejaVu}) {
+            ASSERT_TRUE(fs::exists(f)) << f << ": install fonts-roboto and fonts-dejavu-core";
+        }
+    }
+    testing::TestPlatform test;  // a temporary directory for files that are no fonts
+};
+
+TEST_F(FontconfigFontSystemTest, ReadsThePostScriptNameOfAFile) {
+    FontconfigFontSystem fonts(FontconfigFontSystem::InstalledFonts::exclude);
+    EXPECT_EQ(fonts.postScriptName(kRoboto), "Roboto-Regular");
+    EXPECT_EQ(fonts.postScriptName(kDejaVu), "DejaVuSans");
+
+    const fs::path notAFont = test.stateDirectory() / "page.ttf";
+    std::ofstream(notAFont) << "<html>404</html>";
+    EXPECT_FALSE(fonts.postScriptName(notAFont));
+    EXPECT_FALSE(fonts.postScriptName(test.stateDirectory() / "missing.ttf"));
+    EXPECT_FALSE(fonts.postScriptName(test.stateDirectory()));
+}
+
+TEST_F(FontconfigFontSystemTest, RegisteringMakesTheExactNameKnown) {
+    FontconfigFontSystem fonts(FontconfigFontSystem::InstalledFonts::exclude);
+    EXPECT_FALSE(fonts.isRegistered("Roboto-Regular"));
+    EXPECT_FALSE(fonts.face("Roboto-Regular"));
+
+    EXPECT_TRUE(fonts.registerFontFile(kRoboto));
+    EXPECT_TRUE(fonts.isRegistered("Roboto-Regular"));
+    EXPECT_FALSE(fonts.isRegistered("roboto-regular"));  // fontconfig alone would say yes
+    EXPECT_FALSE(fonts.isRegistered("Roboto"));
+    EXPECT_FALSE(fonts.isRegistered("DejaVuSans"));
+    EXPECT_FALSE(fonts.isRegistered(""));
+}
+
+TEST_F(FontconfigFontSystemTest, RegisteringWhatIsNoFontFails) {
+    FontconfigFontSystem fonts(FontconfigFontSystem::InstalledFonts::exclude);
+    const fs::path notAFont = test.stateDirectory() / "Roboto-Regular.ttf";
+    std::ofstream(notAFont) << "not a font";
+    EXPECT_FALSE(fonts.registerFontFile(notAFont));
+    EXPECT_FALSE(fonts.registerFontFile(test.stateDirectory() / "missing.ttf"));
+    EXPECT_FALSE(fonts.registerFontFile(test.stateDirectory()));
+    EXPECT_FALSE(fonts.isRegistered("Roboto-Regular"));
+}
+
+TEST_F(FontconfigFontSystemTest, FaceByPostScriptNameOrFamily) {
+    FontconfigFontSystem fonts(FontconfigFontSystem::InstalledFonts::exclude);
+    ASSERT_TRUE(fonts.registerFontFile(kRobotoBold));
+    ASSERT_TRUE(fonts.registerFontFile(kRoboto));
+
+    const auto bold = fonts.face("Roboto-Bold");
+    ASSERT_TRUE(bold);
+    EXPECT_EQ(bold->postScriptName, "Roboto-Bold");
+    EXPECT_EQ(bold->family, "Roboto");
+    EXPECT_EQ(bold->weight, FontWeight::bold);
+    EXPECT_FALSE(bold->isSystem);
+
+    const auto family = fonts.face("Roboto");  // the regular face of the family
+    ASSERT_TRUE(family);
+    EXPECT_EQ(family->postScriptName, "Roboto-Regular");
+    EXPECT_EQ(family->weight, FontWeight::regular);
+
+    EXPECT_FALSE(fonts.face("roboto"));
+    EXPECT_FALSE(fonts.face("Comic Sans"));
+    EXPECT_FALSE(fonts.face(""));
+}
+
+TEST_F(FontconfigFontSystemTest, InstalledFontsAreKnownAndGiveASystemFace) {
+    FontconfigFontSystem fonts;
+    EXPECT_TRUE(fonts.isRegistered("DejaVuSans"));
+    EXPECT_TRUE(fonts.isRegistered("Roboto-Regular"));
+    EXPECT_FALSE(fonts.isRegistered("NoSuchFace-Regular"));
+
+    const FontFace system = fonts.systemFace(FontWeight::semibold);
+    EXPECT_TRUE(system.isSystem);
+    EXPECT_EQ(system.weight, FontWeight::semibold);
+    EXPECT_EQ(system.family, "System");
+    EXPECT_FALSE(system.postScriptName.empty());
+
+    // With no font at all there is still an answer.
+    FontconfigFontSystem empty(FontconfigFontSystem::InstalledFonts::exclude);
+    EXPECT_EQ(empty.systemFace(FontWeight::black).weight, FontWeight::black);
+}
+
+}  // namespace
+}  // namespace quillgate::platform
