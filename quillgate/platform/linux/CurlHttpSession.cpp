@@ -362,6 +362,9 @@ struct CurlHttpSession::Worker {
         if (t.isDownload()) {
             const fs::path dir =
                 options.downloadDirectory.empty() ? tempDirectory() : options.downloadDirectory;
+            if (dir.empty()) {
+                return CURLE_WRITE_ERROR;
+            }
             std::string name = (dir / "quillgate-download-XXXXXX").string();
             t.fd = ::mkostemp(name.data(), O_CLOEXEC);
             if (t.fd < 0) {
@@ -451,7 +454,7 @@ struct CurlHttpSession::Worker {
     static fs::path tempDirectory() {
         std::error_code ec;
         fs::path dir = fs::temp_directory_path(ec);
-        return ec ? fs::path("/tmp") : dir;
+        return ec ? fs::path() : dir;
     }
 };
 
