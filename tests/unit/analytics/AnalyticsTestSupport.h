@@ -17,9 +17,11 @@ namespace quillgate::analyticstest {
 
 using nlohmann::json;
 
+using Shape = std::map<std::string, char>;
+
 // Each key of a message with the JSON type it has: 's' text, 'i' integer, 'a' list.
-inline std::map<std::string, char> shape(const json& message) {
-    std::map<std::string, char> out;
+inline Shape shape(const json& message) {
+    Shape out;
     for (const auto& [key, value] : message.items()) {
         out[key] = value.is_string()           ? 's'
                    : value.is_number_integer() ? 'i'
@@ -29,17 +31,23 @@ inline std::map<std::string, char> shape(const json& message) {
     return out;
 }
 
-inline std::map<std::string, char> with(std::map<std::string, char> base,
-                                        const std::map<std::string, char>& more) {
-    base.insert(more.begin(), more.end());
-    return base;
+// A shape whose keys all have the JSON type `type`.
+inline Shape keys(char type, std::initializer_list<const char*> names) {
+    Shape out;
+    for (const char* name : names) {
+        out[name] = type;
+    }
+    return out;
 }
 
-const std::map<std::string, char> kBaseShape = {
-    {"_id", 's'},           {"anonId", 's'},      {"paywallId", 's'}, {"paywallType", 's'},
-    {"deviceType", 's'},    {"mobileModel", 's'}, {"osName", 's'},    {"osVersion", 's'},
-    {"userAgent", 's'},     {"clientId", 's'},    {"contentId", 's'}, {"userId", 's'},
-    {"eventLocation", 's'}, {"eventType", 's'}};
+inline Shape operator+(Shape a, const Shape& b) {
+    a.insert(b.begin(), b.end());
+    return a;
+}
+
+const Shape kBaseShape = keys('s', {"_id", "anonId", "paywallId", "paywallType", "deviceType",
+                                    "mobileModel", "osName", "osVersion", "userAgent", "clientId",
+                                    "contentId", "userId", "eventLocation", "eventType"});
 
 class AnalyticsTest : public ::testing::Test {
   protected:
