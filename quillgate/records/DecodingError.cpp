@@ -1,50 +1,8 @@
 #include "quillgate/records/DecodingError.h"
 
+#include "quillgate/service/Description.h"
+
 namespace quillgate {
-
-namespace {
-
-// Quotes a text for the context description: '"' and '\' escaped, control characters as
-// \n, \t or \u{XX}, so the whole context stays on one line.
-std::string quoted(const std::string& text) {
-    static constexpr char kHex[] = "0123456789ABCDEF";
-    std::string out;
-    out.reserve(text.size() + 2);
-    out += '"';
-    for (char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        switch (c) {
-            case '"':
-                out += "\\\"";
-                break;
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\r':
-                out += "\\r";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            default:
-                if (byte < 0x20 || byte == 0x7F) {
-                    out += "\\u{";
-                    out += kHex[byte >> 4];
-                    out += kHex[byte & 0xF];
-                    out += '}';
-                } else {
-                    out += c;
-                }
-        }
-    }
-    out += '"';
-    return out;
-}
-
-}  // namespace
 
 std::string DecodingError::codingPathDescription() const {
     std::string out;
@@ -65,12 +23,12 @@ std::string DecodingError::codingPathDescription() const {
 
 std::string DecodingError::contextDescription() const {
     std::string out = "Context(codingPath: ";
-    out += quoted(codingPathDescription());
+    out += description::quoted(codingPathDescription());
     out += ", debugDescription: ";
-    out += quoted(debugDescription);
+    out += description::quoted(debugDescription);
     if (!underlyingError.empty()) {
         out += ", underlyingError: ";
-        out += quoted(underlyingError);
+        out += description::quoted(underlyingError);
     }
     out += ')';
     return out;

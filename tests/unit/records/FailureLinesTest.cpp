@@ -88,7 +88,7 @@ TEST(FailureLines, ContextQuotesItsTextsOnOneLine) {
     error.codingPath = {CodingKey{"a\"b", std::nullopt}, CodingKey{"Index 2", 2}};
     error.debugDescription = "line\nbreak\\\x01";
     EXPECT_EQ(error.contextDescription(),
-              "Context(codingPath: \"a\\\"b[2]\", debugDescription: \"line\\nbreak\\\\\\u{01}\")");
+              "Context(codingPath: \"a\\\"b[2]\", debugDescription: \"line\\nbreak\\\\\\u{1}\")");
 }
 
 }  // namespace
