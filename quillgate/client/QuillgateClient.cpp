@@ -18,8 +18,6 @@ constexpr const char* kSupplyClientID = "Supply client ID before using this func
 constexpr const char* kResetValues = "resetValues()";
 constexpr const char* kScrollDepthChanged = "Scroll depth changed to ";
 constexpr const char* kScrollDepthPercentageChanged = "Scroll depth percentage changed to ";
-constexpr const char* kStartJourney = "trackstartProcess()::handleUserJourney";
-constexpr const char* kStartLoginChallenge = "trackstartProcess::handleLoginChallenge()";
 
 // Takes a screen's root view out of the host's view, without loading a view that was never
 // loaded.
@@ -120,46 +118,9 @@ void QuillgateClient::initSubscriptions(
     startProcess();
 }
 
-void QuillgateClient::autoLogIn(const std::string& contentID_, const std::string& clientID_,
-                                const std::string& token, std::optional<std::string> email,
-                                std::optional<std::string> phone,
-                                std::shared_ptr<ui::View> parentView_,
-                                std::shared_ptr<QuillgateAutoLogInDelegate> autoLogInDelegate_) {
-    // The auto-login web flow lands here: challenge, "post", then the auto-login page.
-    (void)contentID_, (void)clientID_, (void)token, (void)email, (void)phone, (void)parentView_,
-        (void)autoLogInDelegate_;
-}
-
-void QuillgateClient::getUserDetail(
-    std::shared_ptr<QuillgateUserDetailsDelegate> completiondelegate) {
-    // The user route and the host's success call land here.
-    (void)completiondelegate;
-}
-
-void QuillgateClient::getlogout(std::shared_ptr<Quillgatelogout> logoutBtnDelegate_) {
-    // The logout request and the local wipe land here.
-    (void)logoutBtnDelegate_;
-}
-
 void QuillgateClient::exitSDK() {
     PingManager::shared().stopTimer();
     EventManager::shared().logEventEXIT(EventLocation::PAGE);
-}
-
-void QuillgateClient::handleRelaunchApp(const std::string& address) {
-    // The delayed restart of the flow for the flow-ending deep link lands here.
-    (void)address;
-}
-
-void QuillgateClient::payBtnTap(bool event, bool isLogin) {
-    // The read-now / log-in web flow and its click event land here.
-    (void)event, (void)isLogin;
-}
-
-void QuillgateClient::onlyLoginFlow(const std::string& clientID_,
-                                    std::shared_ptr<ui::View> parentView_) {
-    // The only-login page lands here.
-    (void)clientID_, (void)parentView_;
 }
 
 // ---- Scroll depth ------------------------------------------------------------------------
@@ -262,159 +223,6 @@ void QuillgateClient::resetValues() {
     autoLogInDelegate.reset();
     googleLogInDelegate.reset();
     eventParamsDelegate.reset();
-}
-
-// ---- The access flow -----------------------------------------------------------------------
-
-void QuillgateClient::startProcess() {
-    if (platform::text::isBlank(clientID) || platform::text::isBlank(contentID) || !parentView ||
-        completionHandlerDelegate.expired()) {
-        return;
-    }
-    if (screenType == ScreenType::paywallScreen) {
-        platform::log(kStartJourney);
-        handleUserJourney(contentID, clientID);
-    } else if (Constants::loginChallenge()) {
-        platform::log(kStartLoginChallenge);
-        handleLoginChallenge(contentID, clientID);
-    } else {
-        checkSubscriptionAccess(contentID, clientID, title, url);
-    }
-    apiCallCount = 0;
-}
-
-void QuillgateClient::handleLoginChallenge(const std::string& contentID_,
-                                           const std::string& clientID_) {
-    // The stored challenge is exchanged for a session here.
-    (void)contentID_, (void)clientID_;
-}
-
-void QuillgateClient::handleUserJourney(const std::string& contentID_,
-                                        const std::string& clientID_) {
-    // The journey request and the decision on its answer land here.
-    (void)contentID_, (void)clientID_;
-}
-
-void QuillgateClient::checkSubscriptionAccess(const std::string& contentID_,
-                                              const std::string& clientID_,
-                                              const std::optional<std::string>& title_,
-                                              const std::optional<std::string>& url_) {
-    // The subscription-access request and its answer land here.
-    (void)contentID_, (void)clientID_, (void)title_, (void)url_;
-}
-
-void QuillgateClient::loadContentDetails(const std::string& contentID_,
-                                         const std::string& clientID_) {
-    // The content request lands here; its answer leads to the banner or the configuration.
-    (void)contentID_, (void)clientID_;
-}
-
-void QuillgateClient::loadEmbeddedSubscription() {
-    // The embedded-subscription request lands here.
-}
-
-void QuillgateClient::loadPopUpModel() {
-    // The popup request lands here.
-}
-
-void QuillgateClient::loadMeterBanner() {
-    // The metering banner request lands here.
-}
-
-void QuillgateClient::loadPaywallConfig(const std::string& clientID_) {
-    // The paywall configuration request, fonts and the gate land here.
-    (void)clientID_;
-}
-
-// ---- Condition gates and presentations -----------------------------------------------------
-
-void QuillgateClient::showMeterBanner() {
-    // The banner's page-load and scroll conditions land here.
-}
-
-void QuillgateClient::showDefaultPaywallView() {
-    // The default paywall's conditions land here.
-}
-
-void QuillgateClient::showCustomizePayWall(SharedCustomizePayWallModel model) {
-    // The template paywall's conditions land here.
-    (void)model;
-}
-
-void QuillgateClient::popUpCheck() {
-    // The popup's conditions land here.
-}
-
-void QuillgateClient::showMeterBannerView(double delay) {
-    // Scheduling the banner's presentation lands here.
-    (void)delay;
-}
-
-void QuillgateClient::presentMeterBanner() {
-    // Adding the banner to the parent view lands here.
-}
-
-void QuillgateClient::presentDefaultPaywall() {
-    // Adding the default paywall to the parent view lands here.
-}
-
-void QuillgateClient::presentCustomizePayWall(SharedCustomizePayWallModel model) {
-    // Routing by template name and adding the screen land here.
-    (void)model;
-}
-
-void QuillgateClient::showPopUp(double delay) {
-    // Adding the popup lands here.
-    (void)delay;
-}
-
-void QuillgateClient::presentSubscriptionScreen(EmbededSubscription model) {
-    // Adding the subscription screen lands here.
-    (void)model;
-}
-
-void QuillgateClient::reloadSDK() {
-    // Refreshing the wall on show lands here.
-}
-
-// ---- The screens' requests -----------------------------------------------------------------
-
-void QuillgateClient::closeScreens() {
-    // Removing the wall on show lands here.
-}
-
-void QuillgateClient::startWebFlow(const std::string& contentID_, ContentType contentType,
-                                   const std::string& text) {
-    // The login challenge "post" and the web page land here.
-    (void)contentID_, (void)contentType, (void)text;
-}
-
-void QuillgateClient::subscribeTap(bool logEvent) {
-    // The subscribe web flow lands here.
-    (void)logEvent;
-}
-
-void QuillgateClient::contactLogin(const std::string& contact) {
-    // The registration wall's web flow lands here.
-    (void)contact;
-}
-
-void QuillgateClient::openWebFlow(const std::string& address, bool isAutoLogin) {
-    // Presenting the web flow screen lands here.
-    (void)address, (void)isAutoLogin;
-}
-
-// ---- Sign-in -------------------------------------------------------------------------------
-
-void QuillgateClient::generateLoginChallenge() {
-    // Making and storing a new challenge lands here.
-}
-
-std::string QuillgateClient::buildAddress(const std::string& address,
-                                          const nlohmann::json& parameters) {
-    // Writing the web addresses' queries lands here.
-    (void)parameters;
-    return address;
 }
 
 }  // namespace quillgate

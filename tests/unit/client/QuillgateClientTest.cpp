@@ -6,13 +6,9 @@
 #include "quillgate/ui/View.h"
 #include "quillgate/ui/ViewController.h"
 #include "tests/support/TestPlatform.h"
+#include "tests/unit/client/ClientTestSupport.h"
 
 namespace quillgate {
-
-// Reaches the client's internal steps from tests.
-struct QuillgateClientTestAccess {
-    static void resetValues(QuillgateClient& c) { c.resetValues(); }
-};
 
 namespace {
 
