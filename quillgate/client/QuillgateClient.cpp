@@ -5,6 +5,7 @@
 #include "quillgate/platform/Log.h"
 #include "quillgate/platform/Platform.h"
 #include "quillgate/platform/Text.h"
+#include "quillgate/screens/ScreenNibs.h"
 #include "quillgate/service/Constants.h"
 #include "quillgate/service/Description.h"
 #include "quillgate/ui/View.h"
@@ -39,7 +40,10 @@ QuillgateClient& QuillgateClient::shared() {
     return *platform::sharedInstance<Holder>().client;
 }
 
-QuillgateClient::QuillgateClient() = default;
+QuillgateClient::QuillgateClient() {
+    // The screens' nibs and storyboard scenes: the library's resource bundle.
+    registerScreenNibs();
+}
 QuillgateClient::~QuillgateClient() = default;
 
 // ---- Public operations -------------------------------------------------------------------
