@@ -13,7 +13,8 @@ std::vector<std::string> FontDownloader::fontFamilies(const CustomizePayWallMode
     return {};
 }
 
-void FontDownloader::provision(const CustomizePayWallModel&, std::function<void()> completion) {
+void FontDownloader::provision(const CustomizePayWallModel&, const Deployment&,
+                               std::function<void()> completion) {
     // Placeholder until provisioning lands: nothing to fetch, the paywall goes on.
     platform::mainQueue().async(std::move(completion));
 }

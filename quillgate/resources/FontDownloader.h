@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "quillgate/records/PaywallRecords.h"
+#include "quillgate/service/Deployment.h"
 
 // Makes sure the font families that a paywall configuration names are on disk in the
 // documents directory and registered with the font system, before the paywall is shown.
@@ -24,9 +25,11 @@ class FontDownloader {
     // faces every paywall asks for. Duplicates are kept.
     static std::vector<std::string> fontFamilies(const CustomizePayWallModel& model);
 
-    // Provisions every family of `model`; `completion` runs on the main queue when every
-    // download has ended, successfully or not (at once, queued, if none was started).
-    void provision(const CustomizePayWallModel& model, std::function<void()> completion);
+    // Provisions every family of `model` from the font hosts of `deployment`; `completion`
+    // runs on the main queue when every download has ended, successfully or not (at once,
+    // queued, if none was started).
+    void provision(const CustomizePayWallModel& model, const Deployment& deployment,
+                   std::function<void()> completion);
 
     // Downloads one family (already normalised) into the documents directory and registers
     // it. The completion runs on the HTTP session's thread with the outcome.
