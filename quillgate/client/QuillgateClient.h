@@ -189,6 +189,13 @@ class QuillgateClient : public quillgateVCDelegate,
     void handleLoginChallenge(const std::string& contentID, const std::string& clientID);
     // "get" /journey with the sixteen keys, and the decision on its answer.
     void handleUserJourney(const std::string& contentID, const std::string& clientID);
+    // A decoded journey: the access type, the page view, what the host hears, what comes next.
+    void handleJourneyAnswer(UserJourneyModel journey, const std::string& contentID,
+                             const std::string& clientID);
+    // The four conditions under which the subscription screen may be fetched.
+    bool canShowSubscriptions() const;
+    // purchasedOrNot on the host's completion delegate, while it is alive.
+    void tellHost(bool accessTime);
     // "get" /subscription/access for the subscription entry.
     void checkSubscriptionAccess(const std::string& contentID, const std::string& clientID,
                                  const std::optional<std::string>& title,
