@@ -1,5 +1,11 @@
 #include "quillgate/screens/ScreenNibs.h"
 
+#include <memory>
+
+#include "quillgate/screens/BannerViewController.h"
+#include "quillgate/screens/PopUpView.h"
+#include "quillgate/screens/QuillgateStatusVC.h"
+#include "quillgate/screens/SubscriptionViewController.h"
 #include "quillgate/screens/WebViewController.h"
 #include "quillgate/ui/NibRegistry.h"
 #include "quillgate/ui/View.h"
@@ -10,12 +16,22 @@ namespace {
 
 constexpr const char* kStoryboard = "QuillgateStoryboard";
 
+// The root of a screen whose contents its class builds.
+std::shared_ptr<ui::View> emptyRoot(ui::Responder*) {
+    return std::make_shared<ui::View>();
+}
+
 }  // namespace
 
 void registerScreenNibs() {
     auto& registry = ui::NibRegistry::shared();
-    registry.registerScene<WebViewController>(
-        kStoryboard, "WebVC", [](ui::Responder*) { return std::make_shared<ui::View>(); });
+    registry.registerScene<WebViewController>(kStoryboard, "WebVC", emptyRoot);
+    registry.registerScene<QuillgateStatusVC>(kStoryboard, "QuillgateStatusVC", emptyRoot);
+    registry.registerScene<SubscriptionViewController>(kStoryboard, "SubscriptionVC", emptyRoot);
+    registry.registerNib("BannerViewController", emptyRoot);
+    registry.registerNib("PopUpView", [](ui::Responder*) -> std::shared_ptr<ui::View> {
+        return std::make_shared<PopUpView>();
+    });
 }
 
 }  // namespace quillgate
