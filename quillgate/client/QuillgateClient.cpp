@@ -8,6 +8,7 @@
 #include "quillgate/screens/ScreenNibs.h"
 #include "quillgate/service/Constants.h"
 #include "quillgate/service/Description.h"
+#include "quillgate/templates/TemplateNibs.h"
 #include "quillgate/ui/View.h"
 #include "quillgate/ui/ViewController.h"
 
@@ -43,6 +44,7 @@ QuillgateClient& QuillgateClient::shared() {
 QuillgateClient::QuillgateClient() {
     // The screens' nibs and storyboard scenes: the library's resource bundle.
     registerScreenNibs();
+    registerTemplateNibs();
 }
 QuillgateClient::~QuillgateClient() = default;
 
