@@ -212,8 +212,10 @@ TEST_F(QuillgateClientTest, ScrollRuleSchedulesAPresentationUnlessUnderAPageView
     UserJourneyModel journey;
     journey.unlockedWithPageViewMeter = true;
     c.userJourneyModel = journey;
+    c.isNeedToShowMeterBanner = false;
     c.setScrollDepth(20);
     EXPECT_EQ(tp.loop().pendingCount(), before) << "the banner's gate decides instead";
+    EXPECT_TRUE(tp.printed("showMeterBanner()"));
 }
 
 TEST_F(QuillgateClientTest, ResetTakesScreensDownAndKeepsWhatOutlivesAnArticle) {
