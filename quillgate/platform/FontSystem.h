@@ -18,12 +18,14 @@ struct FontFace {
 };
 
 // The process's fonts: reading a font file's PostScript name, registering a downloaded file
-// for this process, and resolving the names that paywall styles give. Owned by the platform;
-// main thread only.
+// for this process, and resolving the names that paywall styles give. Owned by the platform.
+// Implementations are thread-safe: the font downloader reads and registers files on the HTTP
+// session's thread while screens look faces up on the main thread.
 class FontSystem {
   public:
     virtual ~FontSystem() = default;
-    // The PostScript name stored in a font file, or nothing if the file is not a font.
+    // The PostScript name stored in a font file: nothing if the file is not a font (missing,
+    // damaged, not a font at all), the empty text if it is a font that carries no such name.
     virtual std::optional<std::string> postScriptName(const std::filesystem::path& file) = 0;
     // Makes the face in `file` usable by name for this process. False on failure.
     virtual bool registerFontFile(const std::filesystem::path& file) = 0;

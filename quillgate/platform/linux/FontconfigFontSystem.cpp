@@ -131,24 +131,29 @@ FontconfigFontSystem::~FontconfigFontSystem() {
 
 std::optional<std::string> FontconfigFontSystem::postScriptName(const std::filesystem::path& file) {
     std::error_code ec;
-    if (freetype_ == nullptr || !std::filesystem::is_regular_file(file, ec)) {
+    if (!std::filesystem::is_regular_file(file, ec)) {
         return std::nullopt;
     }
+    std::lock_guard lock(mutex_);
     FT_Face face = nullptr;
-    if (FT_New_Face(freetype_, file.c_str(), 0, &face) != 0 || face == nullptr) {
+    if (freetype_ == nullptr || FT_New_Face(freetype_, file.c_str(), 0, &face) != 0 ||
+        face == nullptr) {
         return std::nullopt;
     }
-    std::optional<std::string> name;
-    if (const char* postScript = FT_Get_Postscript_Name(face); postScript && *postScript) {
-        name = postScript;
-    }
+    // A readable font may still carry no PostScript name: that is the empty text.
+    const char* postScript = FT_Get_Postscript_Name(face);
+    std::string name = postScript != nullptr ? postScript : "";
     FT_Done_Face(face);
     return name;
 }
 
 bool FontconfigFontSystem::registerFontFile(const std::filesystem::path& file) {
     std::error_code ec;
-    if (config_ == nullptr || !std::filesystem::is_regular_file(file, ec)) {
+    if (!std::filesystem::is_regular_file(file, ec)) {
+        return false;
+    }
+    std::lock_guard lock(mutex_);
+    if (config_ == nullptr) {
         return false;
     }
     // False for a file that holds no font fontconfig can read.
@@ -157,6 +162,7 @@ bool FontconfigFontSystem::registerFontFile(const std::filesystem::path& file) {
 }
 
 bool FontconfigFontSystem::isRegistered(const std::string& postScriptName) {
+    std::lock_guard lock(mutex_);
     if (config_ == nullptr || postScriptName.empty()) {
         return false;
     }
@@ -170,6 +176,7 @@ bool FontconfigFontSystem::isRegistered(const std::string& postScriptName) {
 }
 
 std::optional<FontFace> FontconfigFontSystem::face(const std::string& name) {
+    std::lock_guard lock(mutex_);
     if (config_ == nullptr || name.empty()) {
         return std::nullopt;
     }
@@ -216,6 +223,7 @@ std::optional<FontFace> FontconfigFontSystem::face(const std::string& name) {
 
 FontFace FontconfigFontSystem::systemFace(FontWeight weight) {
     FontFace out{"", "System", weight, true};
+    std::lock_guard lock(mutex_);
     if (config_ == nullptr) {
         return out;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -23,7 +24,9 @@ namespace quillgate::platform {
 // font, so every answer here is checked against the exact name: "roboto-regular" is not
 // "Roboto-Regular".
 //
-// Owned by the platform; main thread only (a FreeType library handle is not thread-safe).
+// Owned by the platform. Thread-safe: one lock guards the FreeType library handle (which is
+// not thread-safe) and the configuration, so a download registering its file on the HTTP
+// session's thread never races a screen looking a face up on the main thread.
 class FontconfigFontSystem final : public FontSystem {
   public:
     enum class InstalledFonts { include, exclude };
@@ -42,6 +45,7 @@ class FontconfigFontSystem final : public FontSystem {
     FontFace systemFace(FontWeight weight) override;
 
   private:
+    std::mutex mutex_;
     _FcConfig* config_ = nullptr;
     FT_LibraryRec_* freetype_ = nullptr;
 };
