@@ -164,7 +164,10 @@ std::string challengeOf(const Params& params) {
     return challenge.empty() ? param(params, "loginChallengeId") : challenge;
 }
 
-// "availFreeTrial" carries its flag followed by " &siteUrl=<address>" in the one value.
+// The app writes "availFreeTrial" as its flag followed by " &siteUrl=<address>" and encodes
+// only the blank, so the page usually sees "availFreeTrial=true%20&siteUrl=<address>": the
+// flag with a trailing blank and the site address as a key of its own. A client that encodes
+// the ampersand too sends the address inside the one value; both are read.
 bool trialWanted(const Params& params) {
     if (hasParam(params, "trial")) {
         return param(params, "trial") == "true";
@@ -173,6 +176,9 @@ bool trialWanted(const Params& params) {
 }
 
 std::string siteUrl(const Params& params) {
+    if (hasParam(params, "siteUrl")) {
+        return param(params, "siteUrl");
+    }
     const std::string value = param(params, "availFreeTrial");
     const auto at = value.find("siteUrl=");
     return at == std::string::npos ? "" : value.substr(at + 8);
