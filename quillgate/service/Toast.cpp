@@ -65,6 +65,9 @@ void Toast::show(const std::string& message, ui::Color backgroundColor, ui::Colo
         y = (bounds.height() - height) / 2;
     }
     box->setFrame(ui::Rect((bounds.width() - width) / 2, y, width, height));
+    if (didShow) {
+        didShow(message);
+    }
 
     std::weak_ptr<ui::View> weakBox = box;
     platform::mainQueue().asyncAfter(duration, [weakBox] {

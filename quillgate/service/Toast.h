@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -39,6 +40,10 @@ class Toast {
 
     // The toast on screen, if any.
     std::shared_ptr<ui::View> toastView;
+
+    // Told the message each time a toast is put in the window (a host's transcript, a
+    // test). Empty by default; lives as long as this shared instance.
+    std::function<void(const std::string& message)> didShow;
 };
 
 }  // namespace quillgate

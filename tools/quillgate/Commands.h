@@ -13,6 +13,26 @@ namespace quillgate::host {
 int runDecode(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
               std::ostream& err);
 int runServe(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+
+// The same commands on a platform the caller adjusts (tests: a network that is always up).
+struct HostSetup;
+int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
+            const HostSetup& base);
+
+// Where the demo puts the local access service: the `local` mode's ports unless a caller
+// (a test) asks for others; 0 picks a free port.
+struct DemoPorts {
+    int api = 3001;
+    int web = 3000;
+    int collect = 3002;
+};
+int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
+            const DemoPorts& ports);
+
+// The options of `read`, one group per paragraph, for the usage texts.
+extern const char* const kReadOptionsHelp;
 
 // The names `decode --as` accepts, in the order the help lists them.
 std::vector<std::string> decodableRoots();

@@ -13,6 +13,12 @@ void printUsage(std::ostream& out) {
     out << "usage: quillgate <command> [options]\n"
            "\n"
            "commands:\n"
+           "  demo\n"
+           "      start the local access service and walk a reader through free, metered and\n"
+           "      locked articles; exit 0 when the story ran as expected\n"
+           "  read --client-id ID --content-id ID [options]\n"
+           "      open one article against any service, as an application would, and print\n"
+           "      what the library printed, the delegate calls, toasts and the screen on show\n"
            "  serve [--api-port N] [--web-port N] [--collect-port N] [--data DIR] [--quiet]\n"
            "      run the local access service in the foreground until interrupted\n"
            "  decode --as ROOT FILE\n"
@@ -22,6 +28,9 @@ void printUsage(std::ostream& out) {
            "  --version   print the version\n"
            "  --help      print this help\n"
            "\n"
+           "read options:\n"
+        << kReadOptionsHelp
+        << "\n"
            "serve options:\n"
         << devserver::kForegroundFlagsHelp
         << "\n"
@@ -56,6 +65,12 @@ int runHost(const std::vector<std::string>& args, std::istream& in, std::ostream
     if (command == "--help" || command == "-h" || command == "help") {
         printUsage(out);
         return 0;
+    }
+    if (command == "read") {
+        return runRead(rest, out, err);
+    }
+    if (command == "demo") {
+        return runDemo(rest, out, err);
     }
     if (command == "decode") {
         return runDecode(rest, in, out, err);

@@ -1,0 +1,737 @@
+// `quillgate demo`: the library end to end on one machine. It starts the local access
+// service in-process, plays an application in the `local` mode against it, and walks one
+// reader through a story, chapter by chapter. Each chapter does what a reader or the
+// application does, waits on the real main loop until the library has answered (or a
+// chapter's time is up), shows what happened, and checks it against what the library is meant
+// to do. The exit status says whether every chapter went as expected.
+#include <stdlib.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <optional>
+#include <ostream>
+#include <set>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "quillgate/client/QuillgateClient.h"
+#include "quillgate/platform/Clock.h"
+#include "quillgate/screens/WebViewController.h"
+#include "quillgate/ui/Button.h"
+#include "quillgate/ui/View.h"
+#include "quillgate/ui/ViewController.h"
+#include "quillgate/ui/WebView.h"
+#include "tools/devserver/DevServer.h"
+#include "tools/quillgate/Commands.h"
+#include "tools/quillgate/HostApp.h"
+
+namespace quillgate::host {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+const char* const kDemoClientId = "quillgate-demo";
+
+namespace {
+
+// Longest a chapter may take on the wall clock, and how long the library may stay idle
+// (nothing in flight, nothing due soon) before a chapter that has not reached its end is
+// given up.
+constexpr std::chrono::milliseconds kChapterLimit = 15s;
+constexpr std::chrono::milliseconds kQuietLimit = 1500ms;
+constexpr std::chrono::milliseconds kSettleLimit = 3s;
+constexpr std::chrono::milliseconds kSlice = 100ms;
+// Work due within this much time counts as activity (a wall's delay of a few seconds); a timer
+// that keeps firing sooner (a countdown) keeps a chapter that is not done waiting until its
+// limit.
+constexpr auto kSoon = 6s;
+
+// The system clock, which the story may move forward: a reader who stays on a wall for half
+// a minute costs the demo no time. Everything the library times (delays, the ping) follows it;
+// the service keeps the real time.
+class StoryClock final : public platform::Clock {
+  public:
+    platform::TimePoint now() const override {
+        return std::chrono::system_clock::now() + platform::Duration(skipped_.load());
+    }
+    void skip(platform::Duration d) { skipped_ += d.count(); }
+
+  private:
+    std::atomic<platform::Duration::rep> skipped_{0};
+};
+
+// A fresh directory for the reader's user defaults and fonts, removed at the end.
+class TemporaryDirectory {
+  public:
+    TemporaryDirectory() {
+        std::error_code ec;
+        std::string pattern = (fs::temp_directory_path(ec) / "quillgate-demo-XXXXXX").string();
+        if (ec) {
+            pattern = "/tmp/quillgate-demo-XXXXXX";
+        }
+        if (::mkdtemp(pattern.data()) != nullptr) {
+            path_ = pattern;
+        }
+    }
+    ~TemporaryDirectory() {
+        if (!path_.empty()) {
+            std::error_code ec;
+            fs::remove_all(path_, ec);
+        }
+    }
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+    const fs::path& path() const { return path_; }
+
+  private:
+    fs::path path_;
+};
+
+// The reader's story and what it has seen so far.
+class Story {
+  public:
+    Story(HostApp& app, devserver::DevServer& server, StoryClock& clock)
+        : app_(app), server_(server), clock_(clock) {}
+
+    struct Chapter {
+        std::string title;
+        // What the library is meant to do, in a few words.
+        std::string expectation;
+        std::function<void()> act;
+        // The end state of the chapter has been reached.
+        std::function<bool()> ready;
+        // What differs from the expectation; nothing when the chapter went as expected.
+        std::function<std::optional<std::string>()> check;
+    };
+
+    void run(const Chapter& chapter) {
+        ++number_;
+        app_.say("");
+        app_.say("== Chapter " + std::to_string(number_) + ": " + chapter.title);
+        markCalls_ = app_.hostCalls().size();
+        markRequests_ = lastRequestSequence();
+        markEvents_ = server_.collector().count();
+
+        chapter.act();
+        waitFor(chapter.ready);
+        app_.drainRequests(kSettleLimit);
+
+        app_.printScreens();
+        printRequests();
+        if (const auto problem = chapter.check()) {
+            app_.say("-- NOT AS EXPECTED: " + *problem);
+            failures_.push_back("chapter " + std::to_string(number_) + " (" + chapter.title +
+                                "): " + *problem);
+        } else {
+            app_.say("-- as expected: " + chapter.expectation);
+        }
+    }
+
+    // ---- What the chapter saw
+
+    // Delegate calls since the chapter began.
+    std::vector<std::string> calls() const {
+        const auto all = app_.hostCalls();
+        return {all.begin() + static_cast<std::ptrdiff_t>(std::min(markCalls_, all.size())),
+                all.end()};
+    }
+    bool heard(const std::string& call) const {
+        for (const auto& c : calls()) {
+            if (c == call) {
+                return true;
+            }
+        }
+        return false;
+    }
+    bool heardStartingWith(const std::string& prefix) const {
+        for (const auto& c : calls()) {
+            if (c.rfind(prefix, 0) == 0) {
+                return true;
+            }
+        }
+        return false;
+    }
+    std::size_t countHeard(const std::string& call) const {
+        std::size_t n = 0;
+        for (const auto& c : calls()) {
+            n += c == call ? 1 : 0;
+        }
+        return n;
+    }
+    bool screenIs(const std::string& className) const {
+        const auto screens = app_.screens();
+        return screens.size() == 1 && screens.front() == className + " tag 9988";
+    }
+    std::string screensText() const {
+        const auto screens = app_.screens();
+        if (screens.empty()) {
+            return "none";
+        }
+        std::string text;
+        for (const auto& s : screens) {
+            text += (text.empty() ? "" : ", ") + s;
+        }
+        return text;
+    }
+    std::vector<devserver::RecordedRequest> requestsSinceMark() const {
+        std::vector<devserver::RecordedRequest> list;
+        for (auto& request : server_.controls().requests()) {
+            if (request.sequence > markRequests_) {
+                list.push_back(std::move(request));
+            }
+        }
+        return list;
+    }
+    static bool isFontDownload(const devserver::RecordedRequest& request) {
+        return (request.server == "web" && request.path.rfind("/fonts/", 0) == 0) ||
+               (request.server == "collect" && request.path.rfind("/repo/", 0) == 0);
+    }
+
+    // What the service was asked in this chapter: one line per request, but the font files
+    // in one line, and the events and pings left to the summary at the end.
+    void printRequests() const {
+        std::size_t fonts = 0;
+        std::set<std::string> fontFiles;
+        std::map<int, std::size_t> fontStatuses;
+        for (const auto& request : requestsSinceMark()) {
+            if (isFontDownload(request)) {
+                ++fonts;
+                fontFiles.insert(request.path);
+                ++fontStatuses[request.status];
+            } else if (request.server != "collect") {
+                app_.say("service: " + request.method + " " + request.path + " -> " +
+                         std::to_string(request.status));
+            }
+        }
+        if (fonts > 0) {
+            std::string statuses;
+            for (const auto& [status, count] : fontStatuses) {
+                statuses += (statuses.empty() ? "" : ", ") + std::to_string(status) + " x" +
+                            std::to_string(count);
+            }
+            app_.say("service: GET fonts: " + std::to_string(fonts) + " downloads of " +
+                     std::to_string(fontFiles.size()) + " files -> " + statuses);
+        }
+    }
+
+    bool requested(const std::string& pathPrefix) const {
+        for (const auto& request : requestsSinceMark()) {
+            if (request.path.rfind(pathPrefix, 0) == 0) {
+                return true;
+            }
+        }
+        return false;
+    }
+    std::size_t fontDownloads() const {
+        std::size_t n = 0;
+        for (const auto& request : requestsSinceMark()) {
+            n += isFontDownload(request) && request.status == 200 ? 1 : 0;
+        }
+        return n;
+    }
+    // Events and pings of this type the collection service received since the chapter began.
+    std::size_t collected(const std::string& eventType) const {
+        const auto events = server_.collector().events();
+        std::size_t n = 0;
+        for (std::size_t i = markEvents_; i < events.size(); ++i) {
+            n += events[i].eventType == eventType ? 1 : 0;
+        }
+        return n;
+    }
+
+    // ---- Acting as the reader
+
+    // The reader stays where they are for `seconds`: the story's clock moves on, and the main
+    // loop runs what fell due, one second at a time.
+    void stay(int seconds) {
+        for (int i = 0; i < seconds; ++i) {
+            clock_.skip(std::chrono::seconds(1));
+            app_.loop().runPending();
+            app_.drainRequests(kSettleLimit);
+        }
+    }
+
+    HostApp& app() { return app_; }
+    devserver::DevServer& server() { return server_; }
+    const std::vector<std::string>& failures() const { return failures_; }
+    int chapters() const { return number_; }
+
+  private:
+    // Runs the main loop until `ready` and nothing is in flight, until the chapter's time is
+    // up, or until the library has stayed idle for a while without getting there.
+    void waitFor(const std::function<bool()>& ready) {
+        const auto start = std::chrono::steady_clock::now();
+        auto lastBusy = start;
+        const auto done = [&] {
+            const auto now = std::chrono::steady_clock::now();
+            if (app_.requestsInFlight() > 0) {
+                lastBusy = now;
+                return false;
+            }
+            if (ready()) {
+                return true;
+            }
+            if (dueSoon()) {
+                lastBusy = now;
+                return false;
+            }
+            return now - lastBusy > kQuietLimit;
+        };
+        // In slices, so that quiet time is noticed even when nothing wakes the loop.
+        while (!app_.loop().runUntil(done, kSlice)) {
+            if (std::chrono::steady_clock::now() - start > kChapterLimit) {
+                return;
+            }
+        }
+    }
+
+    bool dueSoon() const {
+        const auto deadline = app_.loop().nextDeadline();
+
+        return deadline && *deadline - clock_.now() < kSoon;
+    }
+
+    std::uint64_t lastRequestSequence() const {
+        std::uint64_t last = 0;
+        for (const auto& request : server_.controls().requests()) {
+            last = std::max(last, request.sequence);
+        }
+        return last;
+    }
+
+    HostApp& app_;
+    devserver::DevServer& server_;
+    StoryClock& clock_;
+    int number_ = 0;
+    std::size_t markCalls_ = 0;
+    std::uint64_t markRequests_ = 0;
+    std::size_t markEvents_ = 0;
+    std::vector<std::string> failures_;
+};
+
+// Opens an article the way an application does: everything it knows about it, this host as
+// every delegate.
+void openArticle(HostApp& app, const std::string& contentId, const std::string& title,
+                 const std::string& section) {
+    app.client().showPayWall(
+        contentId, title, std::vector<std::string>{"news"}, std::vector<std::string>{section},
+        std::vector<std::string>{"demo"}, "https://daily.quillgate.test/" + contentId, "Demo Desk",
+        "https://daily.quillgate.test/" + contentId, app.parentView(), app.eventParamsDelegate(),
+        app.googleLogInDelegate(), app.completionDelegate(), app.subscribeDelegate(),
+        app.signInDelegate());
+}
+
+std::optional<std::string> unless(bool ok, std::string problem) {
+    return ok ? std::nullopt : std::optional<std::string>(std::move(problem));
+}
+
+// The first problem of a list of (condition, problem) checks.
+std::optional<std::string> firstProblem(
+    std::initializer_list<std::pair<bool, std::string>> checks) {
+    for (const auto& [ok, problem] : checks) {
+        if (!ok) {
+            return problem;
+        }
+    }
+    return std::nullopt;
+}
+
+// Buttons of a view tree that a reader can tap, depth first.
+void collectButtons(const std::shared_ptr<ui::View>& view,
+                    std::vector<std::shared_ptr<ui::Button>>& out) {
+    if (!view || view->isHidden()) {
+        return;
+    }
+    if (auto button = std::dynamic_pointer_cast<ui::Button>(view)) {
+        out.push_back(button);
+    }
+    for (const auto& child : view->subviews()) {
+        collectButtons(child, out);
+    }
+}
+
+// The headless web view of the web flow screen on show, if any.
+std::shared_ptr<ui::HeadlessWebView> webFlowPage(HostApp& app) {
+    auto screen = std::dynamic_pointer_cast<WebViewController>(app.client().webVC);
+    if (!screen || !screen->viewIfLoaded() || !screen->viewIfLoaded()->window()) {
+        return nullptr;
+    }
+    return std::dynamic_pointer_cast<ui::HeadlessWebView>(screen->webView);
+}
+
+// Fetches `url` with the platform's HTTP session, on the main loop. Redirects to addresses
+// that are not http (the flow's "orvelant://" end) are not followed: the answer is the
+// redirect itself.
+std::optional<platform::HttpResult> fetch(HostApp& app, const std::string& url) {
+    auto result = std::make_shared<std::optional<platform::HttpResult>>();
+    platform::HttpRequest request;
+    request.url = url;
+    request.timeoutSeconds = 10;
+    platform::current().http->dataTask(
+        request, [result, &loop = app.loop()](platform::HttpResult answer) {
+            loop.post([result, answer = std::move(answer)] { *result = answer; });
+        });
+    app.loop().runUntil([&] { return result->has_value(); }, 10s);
+    return *result;
+}
+
+// The address of the link with this id attribute in a page, made absolute against `base`.
+std::optional<std::string> linkWithId(const std::string& html, const std::string& id,
+                                      const std::string& pageUrl) {
+    const auto at = html.find("id=\"" + id + "\"");
+    if (at == std::string::npos) {
+        return std::nullopt;
+    }
+    const auto tagStart = html.rfind('<', at);
+    const auto tagEnd = html.find('>', at);
+    if (tagStart == std::string::npos || tagEnd == std::string::npos) {
+        return std::nullopt;
+    }
+    const std::string tag = html.substr(tagStart, tagEnd - tagStart);
+    const auto href = tag.find("href=\"");
+    if (href == std::string::npos) {
+        return std::nullopt;
+    }
+    const auto valueStart = href + 6;
+    const auto valueEnd = tag.find('"', valueStart);
+    std::string link = tag.substr(valueStart, valueEnd - valueStart);
+    for (std::string::size_type amp; (amp = link.find("&amp;")) != std::string::npos;) {
+        link.replace(amp, 5, "&");
+    }
+    if (link.find("://") != std::string::npos) {
+        return link;
+    }
+    // Relative to the page: same origin, and a path from the root or from the page's folder.
+    const auto origin = pageUrl.substr(0, pageUrl.find('/', pageUrl.find("://") + 3));
+    if (!link.empty() && link.front() == '/') {
+        return origin + link;
+    }
+    const auto query = pageUrl.find('?');
+    const std::string path = pageUrl.substr(0, query);
+    return path.substr(0, path.rfind('/') + 1) + link;
+}
+
+std::optional<std::string> header(const platform::HttpResponse& response, const std::string& name) {
+    for (const auto& [key, value] : response.headers) {
+        if (key.size() == name.size() &&
+            std::equal(key.begin(), key.end(), name.begin(),
+                       [](char a, char b) { return std::tolower(a) == std::tolower(b); })) {
+            return value;
+        }
+    }
+    return std::nullopt;
+}
+
+// The reader, on the web flow's page, takes the choice `choice` ("read", "pass", ...): the
+// page follows the choice's link, and the service answers with the redirect that ends the
+// flow. A headless page cannot run the page's script, so the host fetches the page and the
+// link itself and tells the web view where the navigation goes. Returns what went wrong.
+std::optional<std::string> takeChoice(HostApp& app, const std::string& choice) {
+    auto page = webFlowPage(app);
+    if (!page) {
+        return "no web flow page on show";
+    }
+    const auto requests = page->loadedRequests();
+    if (requests.empty()) {
+        return "the web flow page loaded nothing";
+    }
+    const std::string pageUrl = requests.back().url;
+    const auto html = fetch(app, pageUrl);
+    if (!html || !html->body || !html->response || html->response->statusCode != 200) {
+        return "the web page " + pageUrl + " did not load";
+    }
+    const auto link = linkWithId(*html->body, "choice-" + choice, pageUrl);
+    if (!link) {
+        return "the web page has no choice \"" + choice + "\"";
+    }
+    const auto answer = fetch(app, *link);
+    if (!answer || !answer->response) {
+        return "the choice's link got no answer";
+    }
+    const auto location = header(*answer->response, "Location");
+    if (answer->response->statusCode != 302 || !location) {
+        return "the choice's link answered " + std::to_string(answer->response->statusCode) +
+               " instead of a redirect";
+    }
+    // The page follows the link and the service redirects that navigation, at once.
+    page = webFlowPage(app);
+    if (!page) {
+        return "the web flow page went away before the reader chose";
+    }
+    page->simulateNavigation(*link);
+    page->simulateRedirect(*location);
+    return std::nullopt;
+}
+
+// ---- The story ---------------------------------------------------------------------------------
+
+std::vector<Story::Chapter> chapters(Story& story) {
+    HostApp& app = story.app();
+    std::vector<Story::Chapter> list;
+
+    list.push_back({
+        "a free article (free-article)",
+        "the reader is let in (purchasedOrNot(accessTime: false)) and nothing covers the article",
+        [&] { openArticle(app, "free-article", "Rain expected over the weekend", "weather"); },
+        [&] { return story.heardStartingWith("purchasedOrNot("); },
+        [&] {
+            return firstProblem({
+                {story.countHeard("purchasedOrNot(accessTime: false)") == 1 &&
+                     story.calls().size() == 1,
+                 "the host should hear exactly purchasedOrNot(accessTime: false)"},
+                {story.screensText() == "none",
+                 "nothing should cover a free article, but the screen shows " +
+                     story.screensText()},
+            });
+        },
+    });
+
+    list.push_back({
+        "a metered article (metered-1)",
+        "the meter lets the reader in (purchasedOrNot(accessTime: true)) and shows its banner",
+        [&] { openArticle(app, "metered-1", "The city budget, line by line", "politics"); },
+        [&] {
+            return story.heard("purchasedOrNot(accessTime: true)") &&
+                   story.heardStartingWith("onMeterBannerVisible(");
+        },
+        [&] {
+            const auto calls = story.calls();
+            return firstProblem({
+                {!calls.empty() && calls.front() == "purchasedOrNot(accessTime: false)",
+                 "the journey's answer should first tell the host purchasedOrNot(accessTime: "
+                 "false)"},
+                {story.requested("/api/v1/metering/banner/"), "the banner was never asked for"},
+                {story.heard("purchasedOrNot(accessTime: true)"),
+                 "the banner's answer should tell the host purchasedOrNot(accessTime: true)"},
+                {story.screenIs("BannerViewController"),
+                 "the meter banner should be on show, but the screen shows " + story.screensText()},
+                {story.heardStartingWith("onMeterBannerVisible("),
+                 "the banner should tell the host onMeterBannerVisible"},
+            });
+        },
+    });
+
+    list.push_back({
+        "a locked article (premium-3a)",
+        "journey, content, configuration and fonts, then the 3A template paywall",
+        [&] { openArticle(app, "premium-3a", "Inside the harbour deal", "business"); },
+        [&] { return story.heardStartingWith("onPaywallVisible("); },
+        [&] {
+            return firstProblem({
+                {story.calls().size() >= 1 &&
+                     story.calls().front() == "purchasedOrNot(accessTime: false)",
+                 "the host should first hear purchasedOrNot(accessTime: false)"},
+                {story.requested("/api/v1/content"), "the content was never asked for"},
+                {story.requested("/api/v1/paywall/paywall-config/"),
+                 "the paywall configuration was never asked for"},
+                {story.fontDownloads() > 0, "no font was downloaded for the template"},
+                {story.screenIs("CTA3ViewController"),
+                 "the 3A template should be on show, but the screen shows " + story.screensText()},
+                {story.heardStartingWith("onPaywallVisible(paywallType: ") &&
+                     story.calls().back().find("paywallId: pw-3a)") != std::string::npos,
+                 "the wall should tell the host onPaywallVisible(..., paywallId: pw-3a)"},
+            });
+        },
+    });
+
+    list.push_back({
+        "the reader stays on the wall for half a minute",
+        "the wall pings the collection service every 15 seconds",
+        [&] { story.stay(31); },
+        [&] { return story.collected("PING") >= 2; },
+        [&] {
+            return unless(story.collected("PING") == 2,
+                          "two pings should reach the collection service, " +
+                              std::to_string(story.collected("PING")) + " did");
+        },
+    });
+
+    list.push_back({
+        "the reader buys the article on the service's page",
+        "the web flow opens, the page's redirect ends it, and the access check lets the reader "
+        "in: the wall goes",
+        [&] {
+            std::vector<std::shared_ptr<ui::Button>> buttons;
+            collectButtons(app.parentView(), buttons);
+            // The wall's first call to action takes the reader to the service's page.
+            for (const auto& button : buttons) {
+                if (button->tap() && webFlowPage(app)) {
+                    break;
+                }
+                app.drainRequests(kSettleLimit);
+                if (webFlowPage(app)) {
+                    break;
+                }
+            }
+            app.drainRequests(kSettleLimit);
+            if (const auto problem = takeChoice(app, "read")) {
+                app.say("reader: cannot finish on the page: " + *problem);
+            }
+        },
+        [&] { return story.heard("purchasedOrNot(accessTime: true)"); },
+        [&] {
+            return firstProblem({
+                {story.requested("/api/v1/login-challenge"),
+                 "no login challenge reached the service"},
+                {story.heard("purchasedOrNot(accessTime: true)"),
+                 "after the purchase the host should hear purchasedOrNot(accessTime: true)"},
+                {story.screensText() == "none",
+                 "the wall should be gone, but the screen shows " + story.screensText()},
+            });
+        },
+    });
+
+    list.push_back({
+        "the reader comes back to the article they bought (premium-3a)",
+        "the journey knows the purchase: the reader is let in with access time left",
+        [&] { openArticle(app, "premium-3a", "Inside the harbour deal", "business"); },
+        [&] { return story.heardStartingWith("purchasedOrNot("); },
+        [&] {
+            return firstProblem({
+                {story.calls() == std::vector<std::string>{"purchasedOrNot(accessTime: true)"},
+                 "the host should hear exactly purchasedOrNot(accessTime: true)"},
+                {story.screensText() == "none",
+                 "nothing should cover a bought article, but the screen shows " +
+                     story.screensText()},
+            });
+        },
+    });
+
+    list.push_back({
+        "a template the library does not know (premium-unknown-template)",
+        "the library falls back to its default paywall",
+        [&] { openArticle(app, "premium-unknown-template", "Tides of the future", "science"); },
+        [&] { return story.heardStartingWith("onPaywallVisible("); },
+        [&] {
+            return firstProblem({
+                {story.screenIs("QuillgateStatusVC"),
+                 "the default paywall should be on show, but the screen shows " +
+                     story.screensText()},
+                {story.heardStartingWith("onPaywallVisible("),
+                 "the default paywall should tell the host onPaywallVisible"},
+            });
+        },
+    });
+
+    list.push_back({
+        "the reader closes the application",
+        "exitSDK reports the exit to the collection service",
+        [&] { app.client().exitSDK(); },
+        [&] { return story.collected("EXIT") >= 1; },
+        [&] {
+            return unless(story.collected("EXIT") == 1,
+                          "one EXIT event should reach the collection service");
+        },
+    });
+
+    return list;
+}
+
+void printCollection(HostApp& app, devserver::DevServer& server) {
+    std::map<std::string, std::size_t> byType;
+    const auto events = server.collector().events();
+    for (const auto& event : events) {
+        std::string key = event.eventType.empty() ? "(no type)" : event.eventType;
+        if (!event.eventLocation.empty()) {
+            key += " " + event.eventLocation;
+        }
+        ++byType[key];
+    }
+    app.say("");
+    app.say("== The collection service received " + std::to_string(events.size()) +
+            " events and pings");
+    for (const auto& [key, count] : byType) {
+        app.say("collected: " + key + " x" + std::to_string(count));
+    }
+}
+
+}  // namespace
+
+int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
+            const DemoPorts& ports) {
+    if (!args.empty()) {
+        if (args.front() == "--help" || args.front() == "-h") {
+            out << "usage: quillgate demo\n"
+                   "\n"
+                   "Starts the local access service on 127.0.0.1 (API 3001, web pages 3000,\n"
+                   "collection 3002), runs the library in the local mode against it and walks a\n"
+                   "reader through free, metered and locked articles. Prints what the library\n"
+                   "printed, the host's delegate calls and the screen on show, chapter by\n"
+                   "chapter; exits 0 when every chapter went as expected.\n";
+            return 0;
+        }
+        return usageError(err, "demo takes no arguments");
+    }
+
+    TemporaryDirectory state;
+    if (state.path().empty()) {
+        err << "quillgate demo: cannot make a temporary directory for the reader's state\n";
+        return 1;
+    }
+
+    devserver::DevServer::Options serverOptions;
+    serverOptions.apiPort = ports.api;
+    serverOptions.webPort = ports.web;
+    serverOptions.collectPort = ports.collect;
+    devserver::DevServer server(serverOptions);
+    if (const auto started = server.start(); !started) {
+        err << "quillgate demo: cannot start the local access service: " << started.error << "\n"
+            << "The demo needs 127.0.0.1 ports " << ports.api << " (API), " << ports.web
+            << " (web pages) and " << ports.collect
+            << " (collection). Stop whatever holds them (another `quillgate serve` or demo?) "
+               "and run it again.\n";
+        return 1;
+    }
+
+    auto clock = std::make_shared<StoryClock>();
+    HostSetup setup;
+    setup.stateDirectory = state.path();
+    setup.clock = clock;
+    // The service is on the loopback address, which needs no route to be reachable.
+    setup.alwaysReachable = true;
+    HostApp app(out, std::move(setup));
+
+    QuillgateClient& client = app.client();
+    ServiceAddresses& local = client.deployment.local;
+    local.apiBase = server.apiBase();
+    local.webBase = server.webBase();
+    local.collectionAddress = server.collectUrl();
+    client.deployment.webFontHost = server.webFontHostBase();
+    client.deployment.sourceRepositoryHost = server.sourceRepositoryHostBase();
+    client.configure(Mode::local, kDemoClientId);
+
+    app.say("== Quillgate demo: one reader, the publisher " + std::string(kDemoClientId) +
+            ", the local access service");
+    app.say("== The local access service: API " + server.apiBase() + ", web pages " +
+            server.webBase() + ", collection " + server.collectUrl());
+
+    Story story(app, server, *clock);
+    for (const auto& chapter : chapters(story)) {
+        story.run(chapter);
+    }
+    app.drainRequests(kSettleLimit);
+    printCollection(app, server);
+
+    app.say("");
+    if (story.failures().empty()) {
+        app.say("== The story ran as expected (" + std::to_string(story.chapters()) + " chapters)");
+        return 0;
+    }
+    app.say("== The story did not run as expected:");
+    for (const auto& failure : story.failures()) {
+        app.say("failed: " + failure);
+    }
+    err << "quillgate demo: " << story.failures().size() << " of " << story.chapters()
+        << " chapters did not go as expected\n";
+    return 1;
+}
+
+int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+    return runDemo(args, out, err, DemoPorts{});
+}
+
+}  // namespace quillgate::host

@@ -1,0 +1,336 @@
+#include "tools/quillgate/HostApp.h"
+
+#include <charconv>
+#include <ostream>
+#include <utility>
+
+#include "quillgate/client/Delegates.h"
+#include "quillgate/client/QuillgateClient.h"
+#include "quillgate/platform/HttpSession.h"
+#include "quillgate/platform/Reachability.h"
+#include "quillgate/service/Toast.h"
+#include "quillgate/ui/Application.h"
+#include "quillgate/ui/View.h"
+#include "quillgate/ui/ViewController.h"
+#include "quillgate/ui/Window.h"
+
+namespace quillgate::host {
+
+void Transcript::write(std::string_view line) {
+    std::lock_guard lock(mutex_);
+    out_ << line << '\n';
+    out_.flush();
+}
+
+std::string describeFloat(double value) {
+    char buffer[64];
+    const auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
+    if (ec != std::errc()) {
+        return "nan";
+    }
+    std::string text(buffer, end);
+    if (text.find_first_of(".einf") == std::string::npos) {
+        text += ".0";
+    }
+    return text;
+}
+
+// ---- Counting the transfers ------------------------------------------------------------------
+
+class CountingHttpSession final : public platform::HttpSession {
+  public:
+    explicit CountingHttpSession(std::shared_ptr<platform::HttpSession> inner)
+        : inner_(std::move(inner)) {}
+
+    void dataTask(platform::HttpRequest request,
+                  std::function<void(platform::HttpResult)> completion) override {
+        ++*count_;
+        inner_->dataTask(std::move(request), [count = count_, completion = std::move(completion)](
+                                                 platform::HttpResult result) {
+            completion(std::move(result));
+            --*count;
+        });
+    }
+
+    void downloadTask(platform::HttpRequest request,
+                      std::function<void(platform::DownloadResult)> completion) override {
+        ++*count_;
+        inner_->downloadTask(
+            std::move(request),
+            [count = count_, completion = std::move(completion)](platform::DownloadResult result) {
+                completion(std::move(result));
+                --*count;
+            });
+    }
+
+    int inFlight() const { return count_->load(); }
+
+  private:
+    // Shared with the completions, which the inner session may call while it is torn down.
+    std::shared_ptr<std::atomic<int>> count_ = std::make_shared<std::atomic<int>>(0);
+    std::shared_ptr<platform::HttpSession> inner_;
+};
+
+// ---- The delegates ---------------------------------------------------------------------------
+
+namespace {
+
+std::string optionalText(const std::optional<std::string>& text) {
+    return text ? *text : "nil";
+}
+
+std::string boolText(bool value) {
+    return value ? "true" : "false";
+}
+
+using Hear = std::function<void(std::string)>;
+
+class CompletionHandler final : public QuillgateCompletionHandlerDelegate {
+  public:
+    explicit CompletionHandler(Hear hear) : hear_(std::move(hear)) {}
+    void purchasedOrNot(bool accessTime) override {
+        hear_("purchasedOrNot(accessTime: " + boolText(accessTime) + ")");
+    }
+    void onPaywallVisible(const std::string& paywallType, const std::string& paywallDisplayType,
+                          double paywallHeight, const std::string& paywallId) override {
+        hear_("onPaywallVisible(paywallType: " + paywallType + ", paywallDisplayType: " +
+              paywallDisplayType + ", paywallHeight: " + describeFloat(paywallHeight) +
+              ", paywallId: " + paywallId + ")");
+    }
+    void onMeterBannerVisible(const std::string& paywallType, const std::string& meterBannerId,
+                              double paywallHeight) override {
+        hear_("onMeterBannerVisible(paywallType: " + paywallType + ", meterBannerId: " +
+              meterBannerId + ", paywallHeight: " + describeFloat(paywallHeight) + ")");
+    }
+    void onCustomLinkSlot(const std::optional<std::string>& link,
+                          const std::string& contentId) override {
+        hear_("onCustomLinkSlot(link: " + optionalText(link) + ", contentId: " + contentId + ")");
+    }
+
+  private:
+    Hear hear_;
+};
+
+class SubscribeTap final : public QuillgateSubscribeBtnTapDelegate {
+  public:
+    explicit SubscribeTap(Hear hear) : hear_(std::move(hear)) {}
+    void subscribeBtnTap() override { hear_("subscribeBtnTap()"); }
+
+  private:
+    Hear hear_;
+};
+
+class SignInTap final : public QuillgateSignBtnTapDelegate {
+  public:
+    explicit SignInTap(Hear hear) : hear_(std::move(hear)) {}
+    void signInTap() override { hear_("signInTap()"); }
+
+  private:
+    Hear hear_;
+};
+
+class UserDetails final : public QuillgateUserDetailsDelegate {
+  public:
+    explicit UserDetails(Hear hear) : hear_(std::move(hear)) {}
+    void success(const std::string& userDetails) override {
+        hear_("success(userDetails: " + userDetails + ")");
+    }
+    void failure(const std::string& error) override { hear_("failure(error: " + error + ")"); }
+
+  private:
+    Hear hear_;
+};
+
+class EventParams final : public QuillgateEventParamsDelegate {
+  public:
+    explicit EventParams(Hear hear) : hear_(std::move(hear)) {}
+    void success(const std::string& paywallId, const std::string& contentId,
+                 const std::string& paywallType, const std::string& clientId,
+                 const std::string& anonId) override {
+        hear_("success(paywallId: " + paywallId + ", contentId: " + contentId + ", paywallType: " +
+              paywallType + ", clientId: " + clientId + ", anonId: " + anonId + ")");
+    }
+    void failure(const std::string& error) override { hear_("failure(error: " + error + ")"); }
+
+  private:
+    Hear hear_;
+};
+
+class Logout final : public Quillgatelogout {
+  public:
+    explicit Logout(Hear hear) : hear_(std::move(hear)) {}
+    void succes(const std::string& successData) override {
+        hear_("succes(successData: " + successData + ")");
+    }
+    void fail(const std::string& error) override { hear_("fail(error: " + error + ")"); }
+
+  private:
+    Hear hear_;
+};
+
+class AutoLogIn final : public QuillgateAutoLogInDelegate {
+  public:
+    explicit AutoLogIn(Hear hear) : hear_(std::move(hear)) {}
+    void autoLogInsuccess() override { hear_("autoLogInsuccess()"); }
+    void autoLogInfailure() override { hear_("autoLogInfailure()"); }
+
+  private:
+    Hear hear_;
+};
+
+class GoogleLogIn final : public QuillgateGoogleLogInDelegate {
+  public:
+    explicit GoogleLogIn(Hear hear) : hear_(std::move(hear)) {}
+    void startGoogleLogin() override { hear_("startGoogleLogin()"); }
+
+  private:
+    Hear hear_;
+};
+
+}  // namespace
+
+class HostApp::Delegates {
+  public:
+    explicit Delegates(const Hear& hear)
+        : completion(std::make_shared<CompletionHandler>(hear)),
+          subscribe(std::make_shared<SubscribeTap>(hear)),
+          signIn(std::make_shared<SignInTap>(hear)),
+          userDetails(std::make_shared<UserDetails>(hear)),
+          eventParams(std::make_shared<EventParams>(hear)),
+          logout(std::make_shared<Logout>(hear)),
+          autoLogIn(std::make_shared<AutoLogIn>(hear)),
+          googleLogIn(std::make_shared<GoogleLogIn>(hear)) {}
+
+    std::shared_ptr<QuillgateCompletionHandlerDelegate> completion;
+    std::shared_ptr<QuillgateSubscribeBtnTapDelegate> subscribe;
+    std::shared_ptr<QuillgateSignBtnTapDelegate> signIn;
+    std::shared_ptr<QuillgateUserDetailsDelegate> userDetails;
+    std::shared_ptr<QuillgateEventParamsDelegate> eventParams;
+    std::shared_ptr<Quillgatelogout> logout;
+    std::shared_ptr<QuillgateAutoLogInDelegate> autoLogIn;
+    std::shared_ptr<QuillgateGoogleLogInDelegate> googleLogIn;
+};
+
+// ---- The application -------------------------------------------------------------------------
+
+HostApp::HostApp(std::ostream& out, HostSetup setup) : transcript_(out) {
+    // The command owns the process's library state from here on.
+    platform::resetProcessState();
+
+    auto platform = platform::makeLinuxPlatform(setup.stateDirectory);
+    if (setup.clock) {
+        platform->clock = setup.clock;
+        platform->runLoop = std::make_shared<platform::RunLoop>(setup.clock);
+    }
+    if (setup.alwaysReachable) {
+        platform->reachability = std::make_shared<platform::FixedReachability>(true);
+    }
+    if (setup.adjust) {
+        setup.adjust(*platform);
+    }
+    http_ = std::make_shared<CountingHttpSession>(platform->http);
+    platform->http = http_;
+    platform->logSink = [this](std::string_view line) { transcript_.write(line); };
+    platform::install(platform);
+
+    delegates_ = std::make_shared<Delegates>([this](std::string call) { heard(std::move(call)); });
+
+    // A phone's key window; its root controller's view holds the article's parent view.
+    auto root = ui::ViewController::create<ui::ViewController>();
+    window_ = ui::Application::shared().showWindow(root);
+    parentView_ = std::make_shared<ui::View>(root->view()->bounds());
+    root->view()->addSubview(parentView_);
+
+    Toast::shared().didShow = [this](const std::string& message) {
+        toasts_.push_back(message);
+        say("toast: " + message);
+    };
+}
+
+HostApp::~HostApp() {
+    // The platform's session must go with the platform, while the transcript still listens.
+    http_.reset();
+    platform::resetProcessState();
+}
+
+QuillgateClient& HostApp::client() {
+    return QuillgateClient::shared();
+}
+
+platform::RunLoop& HostApp::loop() {
+    return platform::mainQueue();
+}
+
+void HostApp::heard(std::string call) {
+    say("host: " + call);
+    calls_.push_back(std::move(call));
+}
+
+std::shared_ptr<QuillgateCompletionHandlerDelegate> HostApp::completionDelegate() const {
+    return delegates_->completion;
+}
+std::shared_ptr<QuillgateSubscribeBtnTapDelegate> HostApp::subscribeDelegate() const {
+    return delegates_->subscribe;
+}
+std::shared_ptr<QuillgateSignBtnTapDelegate> HostApp::signInDelegate() const {
+    return delegates_->signIn;
+}
+std::shared_ptr<QuillgateUserDetailsDelegate> HostApp::userDetailsDelegate() const {
+    return delegates_->userDetails;
+}
+std::shared_ptr<QuillgateEventParamsDelegate> HostApp::eventParamsDelegate() const {
+    return delegates_->eventParams;
+}
+std::shared_ptr<Quillgatelogout> HostApp::logoutDelegate() const {
+    return delegates_->logout;
+}
+std::shared_ptr<QuillgateAutoLogInDelegate> HostApp::autoLogInDelegate() const {
+    return delegates_->autoLogIn;
+}
+std::shared_ptr<QuillgateGoogleLogInDelegate> HostApp::googleLogInDelegate() const {
+    return delegates_->googleLogIn;
+}
+
+int HostApp::requestsInFlight() const {
+    return http_ ? http_->inFlight() : 0;
+}
+
+bool HostApp::drainRequests(std::chrono::milliseconds limit) {
+    // A completion hands its answer to the main queue before it counts itself done, so once
+    // nothing is in flight one more pass runs the answers (which may start new requests).
+    return loop().runUntil(
+        [this] {
+            if (requestsInFlight() > 0) {
+                return false;
+            }
+            loop().runPending();
+            return requestsInFlight() == 0;
+        },
+        limit);
+}
+
+void HostApp::runFor(std::chrono::milliseconds duration) {
+    loop().runUntil([] { return false; }, duration);
+}
+
+std::vector<std::string> HostApp::screens() const {
+    std::vector<std::string> lines;
+    for (const auto& view : parentView_->subviews()) {
+        const auto controller = view->owningViewController();
+        const std::string name = controller ? controller->className() : view->className();
+        lines.push_back(name + " tag " + std::to_string(view->tag()));
+    }
+    return lines;
+}
+
+void HostApp::printScreens() {
+    const auto lines = screens();
+    if (lines.empty()) {
+        say("screen: none");
+    }
+    for (const auto& line : lines) {
+        say("screen: " + line);
+    }
+}
+
+}  // namespace quillgate::host

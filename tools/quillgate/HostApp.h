@@ -1,0 +1,137 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <iosfwd>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "quillgate/platform/Platform.h"
+
+namespace quillgate {
+class QuillgateClient;
+class QuillgateCompletionHandlerDelegate;
+class QuillgateSubscribeBtnTapDelegate;
+class QuillgateSignBtnTapDelegate;
+class QuillgateUserDetailsDelegate;
+class QuillgateEventParamsDelegate;
+class Quillgatelogout;
+class QuillgateAutoLogInDelegate;
+class QuillgateGoogleLogInDelegate;
+namespace ui {
+class View;
+class Window;
+}  // namespace ui
+}  // namespace quillgate
+
+// The application that `read` and `demo` play: it owns the process's library state for the
+// life of one command. It installs the Linux platform (its own clock and state directory when
+// asked), puts up a key window whose root controller holds the `parentView` that walls go
+// into, acts as every delegate the library answers through, and writes one transcript:
+//
+//   - every line the library prints, unchanged and in order;
+//   - "host: " + each delegate call, as the operation and its labelled arguments;
+//   - "toast: " + the message of each toast shown in the window;
+//   - on request, "screen: " + a summary of each view in parentView.
+//
+// The library prints from the HTTP session's thread too, so every line goes through one lock.
+// Everything else belongs to the main thread: construct, drive and destroy a HostApp there.
+// Its destructor starts the process state over (platform::resetProcessState), so commands
+// and tests can run one after another in one process.
+namespace quillgate::host {
+
+// Lines onto one stream, whole and in order, from any thread.
+class Transcript {
+  public:
+    explicit Transcript(std::ostream& out) : out_(out) {}
+    void write(std::string_view line);
+
+  private:
+    std::mutex mutex_;
+    std::ostream& out_;
+};
+
+// What a command may choose of the platform it runs on.
+struct HostSetup {
+    // The user defaults file and the documents directory; empty: the user's data directory.
+    std::filesystem::path stateDirectory;
+    // Null: the system clock.
+    std::shared_ptr<platform::Clock> clock;
+    // Replaces the routing-table check by "always up" (a service on loopback needs no route).
+    bool alwaysReachable = false;
+    // A last word on the platform before it is installed (tests).
+    std::function<void(platform::Platform&)> adjust;
+};
+
+// The HTTP session of the platform, wrapped so that the host knows how many transfers are
+// still under way (to let them finish before it leaves). Thread-safe.
+class CountingHttpSession;
+
+class HostApp {
+  public:
+    HostApp(std::ostream& out, HostSetup setup);
+    ~HostApp();
+    HostApp(const HostApp&) = delete;
+    HostApp& operator=(const HostApp&) = delete;
+
+    QuillgateClient& client();
+    platform::RunLoop& loop();
+    const std::shared_ptr<ui::View>& parentView() const { return parentView_; }
+    const std::shared_ptr<ui::Window>& window() const { return window_; }
+
+    // The host's own lines ("host: ...", "toast: ...", "screen: ...", and any other text).
+    void say(std::string_view line) { transcript_.write(line); }
+
+    // Every delegate call heard so far, without the "host: " prefix, in order.
+    std::vector<std::string> hostCalls() const { return calls_; }
+    // Every toast message shown so far, in order.
+    std::vector<std::string> toasts() const { return toasts_; }
+
+    // The delegates to hand to the library; the HostApp owns them.
+    std::shared_ptr<QuillgateCompletionHandlerDelegate> completionDelegate() const;
+    std::shared_ptr<QuillgateSubscribeBtnTapDelegate> subscribeDelegate() const;
+    std::shared_ptr<QuillgateSignBtnTapDelegate> signInDelegate() const;
+    std::shared_ptr<QuillgateUserDetailsDelegate> userDetailsDelegate() const;
+    std::shared_ptr<QuillgateEventParamsDelegate> eventParamsDelegate() const;
+    std::shared_ptr<Quillgatelogout> logoutDelegate() const;
+    std::shared_ptr<QuillgateAutoLogInDelegate> autoLogInDelegate() const;
+    std::shared_ptr<QuillgateGoogleLogInDelegate> googleLogInDelegate() const;
+
+    // Transfers started and not yet completed (data and download tasks).
+    int requestsInFlight() const;
+    // Runs the main loop until no transfer is under way, or `limit` of wall time has passed.
+    // Returns whether it got there.
+    bool drainRequests(std::chrono::milliseconds limit);
+    // Runs the main loop for `duration` of wall time.
+    void runFor(std::chrono::milliseconds duration);
+
+    // One line per view in parentView: its controller's class name when the view is a
+    // controller's root view, else the view's, then its tag ("CTA3ViewController tag 9988").
+    std::vector<std::string> screens() const;
+    // Writes "screen: " + each of them, or "screen: none".
+    void printScreens();
+
+  private:
+    class Delegates;
+    friend class Delegates;
+    void heard(std::string call);
+
+    Transcript transcript_;
+    std::shared_ptr<CountingHttpSession> http_;
+    std::shared_ptr<Delegates> delegates_;
+    std::shared_ptr<ui::Window> window_;
+    std::shared_ptr<ui::View> parentView_;
+    std::vector<std::string> calls_;
+    std::vector<std::string> toasts_;
+};
+
+// Writes a number the way the platform's float description does: the shortest text that
+// reads back the same, with ".0" on whole numbers ("412.0", "0.5").
+std::string describeFloat(double value);
+
+}  // namespace quillgate::host

@@ -1,0 +1,306 @@
+// `quillgate read`: one article against any service, as an application would open it. The
+// host installs the Linux platform, gives the client its environment and the article, lets
+// the main loop run for a while, leaves the library (exitSDK) and tells what is on screen.
+#include <cmath>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "quillgate/client/QuillgateClient.h"
+#include "quillgate/platform/Url.h"
+#include "tools/quillgate/Commands.h"
+#include "tools/quillgate/HostApp.h"
+
+namespace quillgate::host {
+
+namespace {
+
+// How long the host waits, after exitSDK, for the requests already under way (the EXIT event
+// among them) before it leaves.
+constexpr std::chrono::seconds kDrainLimit{3};
+// Longest --run-for accepted: a day.
+constexpr double kLongestRun = 24 * 60 * 60;
+
+struct ReadOptions {
+    std::optional<std::string> clientId;
+    std::optional<std::string> contentId;
+    std::optional<std::string> title;
+    std::optional<std::string> url;
+    std::optional<std::string> contentUrl;
+    std::optional<std::string> author;
+    std::optional<std::vector<std::string>> categories;
+    std::optional<std::vector<std::string>> sections;
+    std::optional<std::vector<std::string>> tags;
+    Mode mode = Mode::local;
+    std::optional<std::string> apiBase;
+    std::optional<std::string> webBase;
+    std::optional<std::string> collectUrl;
+    std::optional<std::string> fontWebBase;
+    std::optional<std::string> fontRepoBase;
+    std::filesystem::path stateDir;
+    std::optional<std::string> clientUserId;
+    bool debug = false;
+    bool subscriptions = false;
+    double runFor = 5;
+};
+
+enum class Parsed { run, help, usage };
+
+// An address the host hands to the library: absolute, over http or https, with a host.
+bool isServiceAddress(const std::string& text) {
+    const auto parsed = platform::url::parse(text);
+    return parsed && (parsed->scheme == "http" || parsed->scheme == "https") &&
+           !parsed->host.empty();
+}
+
+std::string withoutTrailingSlash(std::string text) {
+    while (!text.empty() && text.back() == '/') {
+        text.pop_back();
+    }
+    return text;
+}
+
+std::string withTrailingSlash(std::string text) {
+    if (text.empty() || text.back() != '/') {
+        text += '/';
+    }
+    return text;
+}
+
+std::optional<double> parseSeconds(const std::string& text) {
+    if (text.empty()) {
+        return std::nullopt;
+    }
+    std::size_t used = 0;
+    double value = 0;
+    try {
+        value = std::stod(text, &used);
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+    if (used != text.size() || !std::isfinite(value) || value < 0 || value > kLongestRun) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+Parsed parseReadArguments(const std::vector<std::string>& args, ReadOptions& options,
+                          std::string& error) {
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        std::string name = args[i];
+        std::optional<std::string> inlineValue;
+        if (const auto eq = name.find('='); name.rfind("--", 0) == 0 && eq != std::string::npos) {
+            inlineValue = name.substr(eq + 1);
+            name = name.substr(0, eq);
+        }
+        // Flags without a value.
+        if (name == "--help" || name == "-h") {
+            return Parsed::help;
+        }
+        if (name == "--debug" || name == "--subscriptions") {
+            if (inlineValue) {
+                error = name + " takes no value";
+                return Parsed::usage;
+            }
+            (name == "--debug" ? options.debug : options.subscriptions) = true;
+            continue;
+        }
+        if (name.rfind("--", 0) != 0) {
+            error = "unexpected argument \"" + name + "\"";
+            return Parsed::usage;
+        }
+        // Options with a value.
+        std::string value;
+        if (inlineValue) {
+            value = *inlineValue;
+        } else if (i + 1 < args.size()) {
+            value = args[++i];
+        } else {
+            error = name + " needs a value";
+            return Parsed::usage;
+        }
+        const auto address = [&](std::optional<std::string>& slot) {
+            if (!isServiceAddress(value)) {
+                error = name + " needs an http or https address, not \"" + value + "\"";
+                return false;
+            }
+            slot = value;
+            return true;
+        };
+        const auto append = [&](std::optional<std::vector<std::string>>& list) {
+            if (!list) {
+                list.emplace();
+            }
+            list->push_back(value);
+        };
+        if (name == "--client-id") {
+            options.clientId = value;
+        } else if (name == "--content-id") {
+            options.contentId = value;
+        } else if (name == "--title") {
+            options.title = value;
+        } else if (name == "--url") {
+            options.url = value;
+        } else if (name == "--content-url") {
+            options.contentUrl = value;
+        } else if (name == "--author") {
+            options.author = value;
+        } else if (name == "--category") {
+            append(options.categories);
+        } else if (name == "--section") {
+            append(options.sections);
+        } else if (name == "--tag") {
+            append(options.tags);
+        } else if (name == "--mode") {
+            const auto mode = modeFromRawValue(value);
+            if (!mode) {
+                error = "--mode is one of stage, sandbox, production, local, not \"" + value + "\"";
+                return Parsed::usage;
+            }
+            options.mode = *mode;
+        } else if (name == "--api-base") {
+            if (!address(options.apiBase)) {
+                return Parsed::usage;
+            }
+        } else if (name == "--web-base") {
+            if (!address(options.webBase)) {
+                return Parsed::usage;
+            }
+        } else if (name == "--collect-url") {
+            if (!address(options.collectUrl)) {
+                return Parsed::usage;
+            }
+        } else if (name == "--font-web-base") {
+            if (!address(options.fontWebBase)) {
+                return Parsed::usage;
+            }
+        } else if (name == "--font-repo-base") {
+            if (!address(options.fontRepoBase)) {
+                return Parsed::usage;
+            }
+        } else if (name == "--state-dir") {
+            if (value.empty()) {
+                error = "--state-dir needs a directory";
+                return Parsed::usage;
+            }
+            options.stateDir = value;
+        } else if (name == "--client-user-id") {
+            options.clientUserId = value;
+        } else if (name == "--run-for") {
+            const auto seconds = parseSeconds(value);
+            if (!seconds) {
+                error =
+                    "--run-for needs a number of seconds from 0 to 86400, not \"" + value + "\"";
+                return Parsed::usage;
+            }
+            options.runFor = *seconds;
+        } else {
+            error = "unknown option \"" + name + "\"";
+            return Parsed::usage;
+        }
+    }
+    if (!options.clientId) {
+        error = "--client-id is required";
+        return Parsed::usage;
+    }
+    if (!options.contentId) {
+        error = "--content-id is required";
+        return Parsed::usage;
+    }
+    return Parsed::run;
+}
+
+// The deployment table with the given entries replaced for the chosen mode; the font hosts
+// are the same for every mode.
+void applyAddresses(const ReadOptions& options, Deployment& deployment) {
+    ServiceAddresses& addresses = deployment.addresses(options.mode);
+    if (options.apiBase) {
+        addresses.apiBase = withoutTrailingSlash(*options.apiBase);
+    }
+    if (options.webBase) {
+        addresses.webBase = withTrailingSlash(*options.webBase);
+    }
+    if (options.collectUrl) {
+        addresses.collectionAddress = *options.collectUrl;
+    }
+    if (options.fontWebBase) {
+        deployment.webFontHost = withTrailingSlash(*options.fontWebBase);
+    }
+    if (options.fontRepoBase) {
+        deployment.sourceRepositoryHost = withTrailingSlash(*options.fontRepoBase);
+    }
+}
+
+}  // namespace
+
+const char* const kReadOptionsHelp =
+    "  the article:\n"
+    "    --title TEXT  --url URL  --content-url URL  --author NAME\n"
+    "    --category NAME  --section NAME  --tag NAME   (each may be given again)\n"
+    "  the service:\n"
+    "    --mode stage|sandbox|production|local         (default local)\n"
+    "    --api-base URL  --web-base URL  --collect-url URL\n"
+    "    --font-web-base URL  --font-repo-base URL\n"
+    "        each replaces that entry of the deployment table for the chosen mode\n"
+    "  the host:\n"
+    "    --state-dir DIR       user defaults and documents (default: the user's data\n"
+    "                          directory, $XDG_DATA_HOME/quillgate or ~/.local/share/quillgate)\n"
+    "    --client-user-id ID   setClientUserId before the article\n"
+    "    --debug               debugMode on (failures show a toast)\n"
+    "    --subscriptions       initSubscriptions instead of showPayWall\n"
+    "    --run-for SECONDS     run the main loop this long (default 5), then exitSDK()\n";
+
+int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
+            const HostSetup& base) {
+    ReadOptions options;
+    std::string error;
+    switch (parseReadArguments(args, options, error)) {
+        case Parsed::help:
+            out << "usage: quillgate read --client-id ID --content-id ID [options]\n\n"
+                << "options:\n"
+                << kReadOptionsHelp;
+            return 0;
+        case Parsed::usage:
+            return usageError(err, "read: " + error);
+        case Parsed::run:
+            break;
+    }
+
+    HostSetup setup = base;
+    if (!options.stateDir.empty()) {
+        setup.stateDirectory = options.stateDir;
+    }
+    HostApp app(out, std::move(setup));
+    QuillgateClient& client = app.client();
+    applyAddresses(options, client.deployment);
+    client.debugMode = options.debug;
+    client.configure(options.mode, *options.clientId);
+    if (options.clientUserId) {
+        client.setClientUserId(*options.clientUserId);
+    }
+
+    if (options.subscriptions) {
+        client.initSubscriptions(*options.contentId, options.title, options.url, app.parentView(),
+                                 app.completionDelegate(), app.subscribeDelegate(),
+                                 app.signInDelegate(), true, app.googleLogInDelegate());
+    } else {
+        client.showPayWall(*options.contentId, options.title, options.categories, options.sections,
+                           options.tags, options.contentUrl, options.author, options.url,
+                           app.parentView(), app.eventParamsDelegate(), app.googleLogInDelegate(),
+                           app.completionDelegate(), app.subscribeDelegate(), app.signInDelegate());
+    }
+
+    app.runFor(std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::duration<double>(options.runFor)));
+    client.exitSDK();
+    app.drainRequests(kDrainLimit);
+    app.printScreens();
+    return 0;
+}
+
+int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+    return runRead(args, out, err, HostSetup{});
+}
+
+}  // namespace quillgate::host
