@@ -5,7 +5,7 @@
 JOBS ?= $(shell nproc)
 
 demo: build-release
-	./build/bin/quillgate --version
+	./build/bin/quillgate demo
 
 test: build-dev
 	ctest --preset dev -j $(JOBS)
