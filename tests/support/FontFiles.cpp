@@ -1,7 +1,6 @@
 #include "tests/support/FontFiles.h"
 
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <mutex>
 
@@ -34,8 +33,16 @@ std::filesystem::path systemFontFile(std::string_view fileName) {
 }
 
 std::string fileContent(const std::filesystem::path& file) {
+    std::error_code ec;
+    const auto size = std::filesystem::file_size(file, ec);
     std::ifstream in(file, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    if (ec || !in) {
+        return {};
+    }
+    std::string content(size, '\0');
+    in.read(content.data(), static_cast<std::streamsize>(size));
+    content.resize(static_cast<std::size_t>(in.gcount()));
+    return content;
 }
 
 }  // namespace quillgate::testing

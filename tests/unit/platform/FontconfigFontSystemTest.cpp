@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tests/support/FontFiles.h"
 #include "tests/support/TestPlatform.h"
 
 namespace quillgate::platform {
@@ -14,16 +15,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Where fonts-roboto and fonts-dejavu-core put their files (Debian 12 and later).
-const fs::path kRoboto = "/usr/share/fonts/truetype/roboto/unhinted/RobotoTTF/Roboto-Regular.ttf";
-const fs::path kRobotoBold = "/usr/share/fonts/truetype/roboto/unhinted/RobotoTTF/Roboto-Bold.ttf";
-const fs::path kDejaVu = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+// Files of fonts-roboto and fonts-dejavu-core, wherever the machine keeps them.
+const fs::path kRoboto = testing::systemFontFile("Roboto-Regular.ttf");
+const fs::path kRobotoBold = testing::systemFontFile("Roboto-Bold.ttf");
+const fs::path kDejaVu = testing::systemFontFile("DejaVuSans.ttf");
 
 class FontconfigFontSystemTest : public ::testing::Test {
   protected:
     void SetUp() override {
         for (const auto& f : {kRoboto, kRobotoBold, kDejaVu}) {
-            ASSERT_TRUE(fs::exists(f)) << f << ": install fonts-roboto and fonts-dejavu-core";
+            ASSERT_TRUE(!f.empty() && fs::exists(f))
+                << "install fonts-roboto and fonts-dejavu-core";
         }
     }
     testing::TestPlatform test;  // a temporary directory for files that are no fonts
