@@ -211,40 +211,6 @@ TEST_F(FontDownloaderTest, EveryFailureIsPrintedAndProvisioningStillCompletes) {
         << "only the fixed faces were saved";
 }
 
-TEST_F(FontDownloaderTest, TenStylesOfOneFamilyStartTenDownloadsAndTheLaterOnesLoseTheMove) {
-    tp.http().answer("roboto", 200, "font:Roboto-Regular");
-    const auto m = model({{&typography::heading, "Roboto"},
-                          {&typography::subHeading, "Roboto"},
-                          {&typography::mainSubmitBtn, "Roboto"},
-                          {&typography::contentDivBtn, "Roboto"},
-                          {&typography::contentDivTitle, "Roboto"},
-                          {&typography::passDivBtn, "Roboto"},
-                          {&typography::subDivBtn, "Roboto"},
-                          {&typography::label, "Roboto"},
-                          {&typography::crossBtn, "Roboto"},
-                          {&typography::orText, "Roboto"}});
-    EXPECT_EQ(provision(m), 1);
-
-    EXPECT_EQ(tp.http().requestsTo(kRobotoPath).size(), 10u);
-    EXPECT_EQ(tp.countPrinted("Roboto-Regular.ttf downloaded and saved successfully: "
-                              "Roboto-Regular.ttf"),
-              1u);
-    EXPECT_EQ(tp.countPrinted("Roboto downloaded and saved successfully"), 1u);
-    EXPECT_EQ(tp.countPrinted("Error downloading or saving the Roboto file"), 9u);
-    const auto lines = tp.lines();
-    EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
-                            [](const std::string& l) {
-                                return l.rfind("Error moving font file: “", 0) == 0 &&
-                                       l.find(
-                                           "” couldn’t be moved to “Documents” because an item "
-                                           "with the same name already exists.") !=
-                                           std::string::npos;
-                            }),
-              9);
-    EXPECT_EQ(tp.countPrinted("Font already registered: Roboto-Regular.ttf"), 9u);
-    EXPECT_EQ(std::count(fonts->registered.begin(), fonts->registered.end(), "Roboto-Regular"), 1);
-}
-
 TEST_F(FontDownloaderTest, CompletionRunsOnTheMainQueueAfterTheLastDownload) {
     tp.http().setHoldAnswers(true);
     int completions = 0;
