@@ -309,8 +309,8 @@ bool HostApp::drainRequests(std::chrono::milliseconds limit) {
         limit);
 }
 
-void HostApp::runFor(std::chrono::milliseconds duration) {
-    loop().runUntil([] { return false; }, duration);
+void HostApp::runFor(std::chrono::milliseconds duration, const std::function<bool()>& until) {
+    loop().runUntil([&] { return until && until(); }, duration);
 }
 
 std::vector<std::string> HostApp::screens() const {

@@ -56,6 +56,8 @@ class Transcript {
     std::ostream& out_;
 };
 
+class HostApp;
+
 // What a command may choose of the platform it runs on.
 struct HostSetup {
     // The user defaults file and the documents directory; empty: the user's data directory.
@@ -66,6 +68,8 @@ struct HostSetup {
     bool alwaysReachable = false;
     // A last word on the platform before it is installed (tests).
     std::function<void(platform::Platform&)> adjust;
+    // Ends `read`'s run before its time once true (tests, which know what they wait for).
+    std::function<bool(const HostApp&)> finishedEarly;
 };
 
 // The HTTP session of the platform, wrapped so that the host knows how many transfers are
@@ -107,8 +111,8 @@ class HostApp {
     // Runs the main loop until no transfer is under way, or `limit` of wall time has passed.
     // Returns whether it got there.
     bool drainRequests(std::chrono::milliseconds limit);
-    // Runs the main loop for `duration` of wall time.
-    void runFor(std::chrono::milliseconds duration);
+    // Runs the main loop for `duration` of wall time, or until `until` is true.
+    void runFor(std::chrono::milliseconds duration, const std::function<bool()>& until = {});
 
     // One line per view in parentView: its controller's class name when the view is a
     // controller's root view, else the view's, then its tag ("CTA3ViewController tag 9988").

@@ -291,8 +291,13 @@ int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostrea
                            app.completionDelegate(), app.subscribeDelegate(), app.signInDelegate());
     }
 
+    std::function<bool()> finishedEarly;
+    if (base.finishedEarly) {
+        finishedEarly = [&] { return base.finishedEarly(app); };
+    }
     app.runFor(std::chrono::duration_cast<std::chrono::milliseconds>(
-        std::chrono::duration<double>(options.runFor)));
+                   std::chrono::duration<double>(options.runFor)),
+               finishedEarly);
     client.exitSDK();
     app.drainRequests(kDrainLimit);
     app.printScreens();
