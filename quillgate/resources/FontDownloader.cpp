@@ -6,8 +6,6 @@
 #include <system_error>
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
 #include "quillgate/platform/Log.h"
 #include "quillgate/platform/Platform.h"
 #include "quillgate/platform/RunLoop.h"
@@ -252,7 +250,13 @@ void FontDownloader::provision(const CustomizePayWallModel& model, const Deploym
                                std::function<void()> completion) {
     setHosts(deployment);
     const std::vector<std::string> families = fontFamilies(model);
-    platform::log("FontFamily values: " + description::value(nlohmann::json(families)));
+    // Printed as the platform prints a list of texts: ["Roboto", "Laila"]. Each text is quoted
+    // by hand rather than through JSON, which would refuse a family that isn't valid UTF-8.
+    std::string list;
+    for (const std::string& family : families) {
+        list += (list.empty() ? "" : ", ") + description::quoted(family);
+    }
+    platform::log("FontFamily values: [" + list + "]");
 
     auto group =
         std::make_shared<DownloadGroup>(platform::current().runLoop, std::move(completion));

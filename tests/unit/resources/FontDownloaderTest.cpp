@@ -121,6 +121,9 @@ TEST_F(FontDownloaderTest, NormalisedFamiliesAndTheirAddresses) {
     EXPECT_EQ(FontDownloader::normalizedFamily("Poppins-SemiBold"), "Poppins-Semibold");
     EXPECT_EQ(FontDownloader::normalizedFamily(" play  fair "), "PlayFair");
     EXPECT_EQ(FontDownloader::normalizedFamily(""), "");
+    EXPECT_EQ(FontDownloader::normalizedFamily("bad \xff byte"),
+              "Bad\xef\xbf\xbd"
+              "Byte");
 
     FontDownloader& fd = FontDownloader::shared();
     // Until a deployment is given, the built-in one's hosts.
@@ -188,6 +191,7 @@ TEST_F(FontDownloaderTest, EveryFailureIsPrintedAndProvisioningStillCompletes) {
                           {&typography::subHeading, "Laila"},
                           {&typography::label, "Arima"},
                           {&typography::crossBtn, "Eczar"},
+                          {&typography::timerDiv, "\xff\xfe"},
                           {&typography::orText, "Comic Sans"}});
 
     int completions = 0;
@@ -202,6 +206,12 @@ TEST_F(FontDownloaderTest, EveryFailureIsPrintedAndProvisioningStillCompletes) {
     EXPECT_EQ(tp.countPrinted("All font downloads completed successfully"), 1u);
     EXPECT_TRUE(
         tp.printedContaining("Error downloading font: Error Domain=NSURLErrorDomain Code=7"));
+    // A family that isn't valid UTF-8 is printed as it stands and fails like any unknown one.
+    EXPECT_TRUE(
+        tp.printed("FontFamily values: [\"Roboto\", \"Laila\", \"\xff\xfe\", \"Arima\", "
+                   "\"Eczar\", \"Comic Sans\", \"Merriweather-Regular\", "
+                   "\"Merriweather-Black\", \"Merriweather-BlackItalic\", "
+                   "\"Merriweather-Bold\", \"Poppins-SemiBold\"]"));
     EXPECT_EQ(tp.countPrinted("Error retrieving font information."), 3u);
     for (const char* family : {"Roboto", "Laila", "Arima", "Eczar"}) {
         EXPECT_TRUE(tp.printed(std::string("Error downloading or saving the ") + family + " file"))
