@@ -317,6 +317,7 @@ class Story {
 // every delegate.
 void openArticle(HostApp& app, const std::string& contentId, const std::string& title,
                  const std::string& section) {
+    app.say("reader: opens \"" + title + "\" (" + contentId + ")");
     app.client().showPayWall(
         contentId, title, std::vector<std::string>{"news"}, std::vector<std::string>{section},
         std::vector<std::string>{"demo"}, "https://daily.quillgate.test/" + contentId, "Demo Desk",
@@ -340,18 +341,22 @@ std::optional<std::string> firstProblem(
     return std::nullopt;
 }
 
-// Buttons of a view tree that a reader can tap, depth first.
-void collectButtons(const std::shared_ptr<ui::View>& view,
-                    std::vector<std::shared_ptr<ui::Button>>& out) {
+// The button of a wall's footer row, which acts on the offer the reader has selected.
+std::shared_ptr<ui::Button> footerButton(const std::shared_ptr<ui::View>& view,
+                                         bool inFooter = false) {
     if (!view || view->isHidden()) {
-        return;
+        return nullptr;
     }
-    if (auto button = std::dynamic_pointer_cast<ui::Button>(view)) {
-        out.push_back(button);
+    inFooter = inFooter || view->className() == "CommonFooterTableViewCell";
+    if (auto button = std::dynamic_pointer_cast<ui::Button>(view); button && inFooter) {
+        return button;
     }
     for (const auto& child : view->subviews()) {
-        collectButtons(child, out);
+        if (auto found = footerButton(child, inFooter)) {
+            return found;
+        }
     }
+    return nullptr;
 }
 
 // The headless web view of the web flow screen on show, if any.
@@ -469,23 +474,24 @@ std::optional<std::string> takeChoice(HostApp& app, const std::string& choice) {
 
 // ---- The story ---------------------------------------------------------------------------------
 
-std::vector<Story::Chapter> chapters(Story& story) {
-    HostApp& app = story.app();
+// The lambdas keep pointers to the story and the application, which outlive the list.
+std::vector<Story::Chapter> chapters(Story* story) {
+    HostApp* app = &story->app();
     std::vector<Story::Chapter> list;
 
     list.push_back({
         "a free article (free-article)",
         "the reader is let in (purchasedOrNot(accessTime: false)) and nothing covers the article",
-        [&] { openArticle(app, "free-article", "Rain expected over the weekend", "weather"); },
-        [&] { return story.heardStartingWith("purchasedOrNot("); },
-        [&] {
+        [=] { openArticle(*app, "free-article", "Rain expected over the weekend", "weather"); },
+        [=] { return story->heardStartingWith("purchasedOrNot("); },
+        [=] {
             return firstProblem({
-                {story.countHeard("purchasedOrNot(accessTime: false)") == 1 &&
-                     story.calls().size() == 1,
+                {story->countHeard("purchasedOrNot(accessTime: false)") == 1 &&
+                     story->calls().size() == 1,
                  "the host should hear exactly purchasedOrNot(accessTime: false)"},
-                {story.screensText() == "none",
+                {story->screensText() == "none",
                  "nothing should cover a free article, but the screen shows " +
-                     story.screensText()},
+                     story->screensText()},
             });
         },
     });
@@ -493,23 +499,24 @@ std::vector<Story::Chapter> chapters(Story& story) {
     list.push_back({
         "a metered article (metered-1)",
         "the meter lets the reader in (purchasedOrNot(accessTime: true)) and shows its banner",
-        [&] { openArticle(app, "metered-1", "The city budget, line by line", "politics"); },
-        [&] {
-            return story.heard("purchasedOrNot(accessTime: true)") &&
-                   story.heardStartingWith("onMeterBannerVisible(");
+        [=] { openArticle(*app, "metered-1", "The city budget, line by line", "politics"); },
+        [=] {
+            return story->heard("purchasedOrNot(accessTime: true)") &&
+                   story->heardStartingWith("onMeterBannerVisible(");
         },
-        [&] {
-            const auto calls = story.calls();
+        [=] {
+            const auto calls = story->calls();
             return firstProblem({
                 {!calls.empty() && calls.front() == "purchasedOrNot(accessTime: false)",
                  "the journey's answer should first tell the host purchasedOrNot(accessTime: "
                  "false)"},
-                {story.requested("/api/v1/metering/banner/"), "the banner was never asked for"},
-                {story.heard("purchasedOrNot(accessTime: true)"),
+                {story->requested("/api/v1/metering/banner/"), "the banner was never asked for"},
+                {story->heard("purchasedOrNot(accessTime: true)"),
                  "the banner's answer should tell the host purchasedOrNot(accessTime: true)"},
-                {story.screenIs("BannerViewController"),
-                 "the meter banner should be on show, but the screen shows " + story.screensText()},
-                {story.heardStartingWith("onMeterBannerVisible("),
+                {story->screenIs("BannerViewController"),
+                 "the meter banner should be on show, but the screen shows " +
+                     story->screensText()},
+                {story->heardStartingWith("onMeterBannerVisible("),
                  "the banner should tell the host onMeterBannerVisible"},
             });
         },
@@ -518,21 +525,21 @@ std::vector<Story::Chapter> chapters(Story& story) {
     list.push_back({
         "a locked article (premium-3a)",
         "journey, content, configuration and fonts, then the 3A template paywall",
-        [&] { openArticle(app, "premium-3a", "Inside the harbour deal", "business"); },
-        [&] { return story.heardStartingWith("onPaywallVisible("); },
-        [&] {
+        [=] { openArticle(*app, "premium-3a", "Inside the harbour deal", "business"); },
+        [=] { return story->heardStartingWith("onPaywallVisible("); },
+        [=] {
             return firstProblem({
-                {story.calls().size() >= 1 &&
-                     story.calls().front() == "purchasedOrNot(accessTime: false)",
+                {story->calls().size() >= 1 &&
+                     story->calls().front() == "purchasedOrNot(accessTime: false)",
                  "the host should first hear purchasedOrNot(accessTime: false)"},
-                {story.requested("/api/v1/content"), "the content was never asked for"},
-                {story.requested("/api/v1/paywall/paywall-config/"),
+                {story->requested("/api/v1/content"), "the content was never asked for"},
+                {story->requested("/api/v1/paywall/paywall-config/"),
                  "the paywall configuration was never asked for"},
-                {story.fontDownloads() > 0, "no font was downloaded for the template"},
-                {story.screenIs("CTA3ViewController"),
-                 "the 3A template should be on show, but the screen shows " + story.screensText()},
-                {story.heardStartingWith("onPaywallVisible(paywallType: ") &&
-                     story.calls().back().find("paywallId: pw-3a)") != std::string::npos,
+                {story->fontDownloads() > 0, "no font was downloaded for the template"},
+                {story->screenIs("CTA3ViewController"),
+                 "the 3A template should be on show, but the screen shows " + story->screensText()},
+                {story->heardStartingWith("onPaywallVisible(paywallType: ") &&
+                     story->calls().back().find("paywallId: pw-3a)") != std::string::npos,
                  "the wall should tell the host onPaywallVisible(..., paywallId: pw-3a)"},
             });
         },
@@ -541,12 +548,15 @@ std::vector<Story::Chapter> chapters(Story& story) {
     list.push_back({
         "the reader stays on the wall for half a minute",
         "the wall pings the collection service every 15 seconds",
-        [&] { story.stay(31); },
-        [&] { return story.collected("PING") >= 2; },
-        [&] {
-            return unless(story.collected("PING") == 2,
+        [=] {
+            app->say("reader: stays on the wall for 31 seconds (the host's clock moves on)");
+            story->stay(31);
+        },
+        [=] { return story->collected("PING") >= 2; },
+        [=] {
+            return unless(story->collected("PING") == 2,
                           "two pings should reach the collection service, " +
-                              std::to_string(story.collected("PING")) + " did");
+                              std::to_string(story->collected("PING")) + " did");
         },
     });
 
@@ -554,33 +564,36 @@ std::vector<Story::Chapter> chapters(Story& story) {
         "the reader buys the article on the service's page",
         "the web flow opens, the page's redirect ends it, and the access check lets the reader "
         "in: the wall goes",
-        [&] {
-            std::vector<std::shared_ptr<ui::Button>> buttons;
-            collectButtons(app.parentView(), buttons);
-            // The wall's first call to action takes the reader to the service's page.
-            for (const auto& button : buttons) {
-                if (button->tap() && webFlowPage(app)) {
-                    break;
-                }
-                app.drainRequests(kSettleLimit);
-                if (webFlowPage(app)) {
-                    break;
-                }
+        [=] {
+            const auto button = footerButton(app->parentView());
+            if (!button) {
+                app->say("reader: finds no button on the wall");
+                return;
             }
-            app.drainRequests(kSettleLimit);
-            if (const auto problem = takeChoice(app, "read")) {
-                app.say("reader: cannot finish on the page: " + *problem);
+            app->say("reader: taps \"" + button->displayedTitle() + "\" on the wall");
+            button->tap();
+            const auto pageLoaded = [=] {
+                const auto page = webFlowPage(*app);
+                return page && !page->loadedRequests().empty();
+            };
+            if (!app->loop().runUntil(pageLoaded, kSettleLimit)) {
+                app->say("reader: sees no web page open");
+                return;
+            }
+            app->say("reader: chooses to buy the article on the service's page");
+            if (const auto problem = takeChoice(*app, "read")) {
+                app->say("reader: cannot finish on the page: " + *problem);
             }
         },
-        [&] { return story.heard("purchasedOrNot(accessTime: true)"); },
-        [&] {
+        [=] { return story->heard("purchasedOrNot(accessTime: true)"); },
+        [=] {
             return firstProblem({
-                {story.requested("/api/v1/login-challenge"),
+                {story->requested("/api/v1/login-challenge"),
                  "no login challenge reached the service"},
-                {story.heard("purchasedOrNot(accessTime: true)"),
+                {story->heard("purchasedOrNot(accessTime: true)"),
                  "after the purchase the host should hear purchasedOrNot(accessTime: true)"},
-                {story.screensText() == "none",
-                 "the wall should be gone, but the screen shows " + story.screensText()},
+                {story->screensText() == "none",
+                 "the wall should be gone, but the screen shows " + story->screensText()},
             });
         },
     });
@@ -588,15 +601,15 @@ std::vector<Story::Chapter> chapters(Story& story) {
     list.push_back({
         "the reader comes back to the article they bought (premium-3a)",
         "the journey knows the purchase: the reader is let in with access time left",
-        [&] { openArticle(app, "premium-3a", "Inside the harbour deal", "business"); },
-        [&] { return story.heardStartingWith("purchasedOrNot("); },
-        [&] {
+        [=] { openArticle(*app, "premium-3a", "Inside the harbour deal", "business"); },
+        [=] { return story->heardStartingWith("purchasedOrNot("); },
+        [=] {
             return firstProblem({
-                {story.calls() == std::vector<std::string>{"purchasedOrNot(accessTime: true)"},
+                {story->calls() == std::vector<std::string>{"purchasedOrNot(accessTime: true)"},
                  "the host should hear exactly purchasedOrNot(accessTime: true)"},
-                {story.screensText() == "none",
+                {story->screensText() == "none",
                  "nothing should cover a bought article, but the screen shows " +
-                     story.screensText()},
+                     story->screensText()},
             });
         },
     });
@@ -604,14 +617,14 @@ std::vector<Story::Chapter> chapters(Story& story) {
     list.push_back({
         "a template the library does not know (premium-unknown-template)",
         "the library falls back to its default paywall",
-        [&] { openArticle(app, "premium-unknown-template", "Tides of the future", "science"); },
-        [&] { return story.heardStartingWith("onPaywallVisible("); },
-        [&] {
+        [=] { openArticle(*app, "premium-unknown-template", "Tides of the future", "science"); },
+        [=] { return story->heardStartingWith("onPaywallVisible("); },
+        [=] {
             return firstProblem({
-                {story.screenIs("QuillgateStatusVC"),
+                {story->screenIs("QuillgateStatusVC"),
                  "the default paywall should be on show, but the screen shows " +
-                     story.screensText()},
-                {story.heardStartingWith("onPaywallVisible("),
+                     story->screensText()},
+                {story->heardStartingWith("onPaywallVisible("),
                  "the default paywall should tell the host onPaywallVisible"},
             });
         },
@@ -620,10 +633,13 @@ std::vector<Story::Chapter> chapters(Story& story) {
     list.push_back({
         "the reader closes the application",
         "exitSDK reports the exit to the collection service",
-        [&] { app.client().exitSDK(); },
-        [&] { return story.collected("EXIT") >= 1; },
-        [&] {
-            return unless(story.collected("EXIT") == 1,
+        [=] {
+            app->say("reader: leaves the application (the host calls exitSDK)");
+            app->client().exitSDK();
+        },
+        [=] { return story->collected("EXIT") >= 1; },
+        [=] {
+            return unless(story->collected("EXIT") == 1,
                           "one EXIT event should reach the collection service");
         },
     });
@@ -710,7 +726,7 @@ int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
             server.webBase() + ", collection " + server.collectUrl());
 
     Story story(app, server, *clock);
-    for (const auto& chapter : chapters(story)) {
+    for (const auto& chapter : chapters(&story)) {
         story.run(chapter);
     }
     app.drainRequests(kSettleLimit);
