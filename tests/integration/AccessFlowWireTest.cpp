@@ -56,7 +56,7 @@ class AccessFlowWireTest : public ::testing::Test {
 
     // Runs the main queue until `done` holds (answers come from the session's thread).
     bool waitFor(const std::function<bool()>& done) {
-        return tp.loop().runUntil(done, std::chrono::seconds(10));
+        return tp.loop().runUntil(done, std::chrono::seconds(30));
     }
 
     bool waitForRequest(const std::string& part, std::size_t count = 1) {

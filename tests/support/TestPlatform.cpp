@@ -19,11 +19,13 @@ bool FakeFontSystem::registerFontFile(const std::filesystem::path& file) {
     if (!name) {
         return false;
     }
+    std::lock_guard lock(mutex_);
     registered.push_back(*name);
     return true;
 }
 
 bool FakeFontSystem::isRegistered(const std::string& postScriptName) {
+    std::lock_guard lock(mutex_);
     return std::find(registered.begin(), registered.end(), postScriptName) != registered.end();
 }
 

@@ -20,7 +20,11 @@ class FakeFontSystem final : public platform::FontSystem {
     bool isRegistered(const std::string& postScriptName) override;
 
     // Files whose name (without extension) is listed here are fonts with that PostScript name.
+    // Downloads register from the HTTP session's thread: read it once the loop has settled.
     std::vector<std::string> registered;
+
+  private:
+    std::mutex mutex_;
 };
 
 // Starts a test from a clean process state and installs a platform made for tests: a manual
