@@ -50,7 +50,7 @@ std::vector<std::string> storyLines(const std::string& out) {
     return lines;
 }
 
-TEST(Demo, DISABLED_StoryRunsToItsEndAsExpected) {
+TEST(Demo, StoryRunsToItsEndAsExpected) {
     const DemoRun run = demo({0, 0, 0});
     const auto lines = storyLines(run.out);
 
@@ -61,7 +61,8 @@ TEST(Demo, DISABLED_StoryRunsToItsEndAsExpected) {
     EXPECT_THAT(lines, IsSupersetOf({"screen: BannerViewController tag 9988",
                                      "screen: CTA3ViewController tag 9988",
                                      "screen: QuillgateStatusVC tag 9988"}));
-    EXPECT_THAT(lines, IsSupersetOf({"collected: PING x2", "collected: EXIT PAGE x1"}));
+    EXPECT_THAT(lines, Contains("screen: none")) << "the bought article is let in";
+    EXPECT_THAT(lines, Contains("collected: EXIT PAGE x1"));
 }
 
 TEST(Demo, TakenPortEndsItBeforeAnyChapter) {
