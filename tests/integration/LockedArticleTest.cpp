@@ -147,6 +147,10 @@ struct Outcome {
     std::string screen;
     std::vector<std::string> hostHears;
 };
+// Test names and failure messages show the article, not the bytes of the record.
+void PrintTo(const Outcome& outcome, std::ostream* os) {
+    *os << outcome.article;
+}
 
 class LockedArticleOutcomeTest : public LockedArticleTest,
                                  public ::testing::WithParamInterface<Outcome> {};
