@@ -45,6 +45,26 @@ constexpr const char* kBrowser = "WEBVIEW";
 
 using Answer = NetworkClient::Completion;
 
+// The outline of the journey and the login challenge, the two answers that carry on after a
+// status the others stop at: 200 and 201 go to `onSuccess`, 400 and 404 stop with their toast
+// or line, and any other status runs `onOtherStatus`.
+Answer carryingOnOutline(std::function<void(const std::string& body)> onSuccess,
+                         std::function<void()> onOtherStatus) {
+    return [onSuccess = std::move(onSuccess), onOtherStatus = std::move(onOtherStatus)](
+               std::optional<std::string> data, std::optional<RequestError> error, long status) {
+        if (!data || error) {
+            return;
+        }
+        if (NetworkClient::isSuccess(status)) {
+            onSuccess(*data);
+        } else if (status == 400 || status == 404) {
+            NetworkClient::handleFailureStatus(status, *data);
+        } else {
+            onOtherStatus();
+        }
+    };
+}
+
 bool isBlank(const std::string& text) {
     return platform::text::isBlank(text);
 }
@@ -161,24 +181,8 @@ void QuillgateClient::handleLoginChallenge(const std::string& contentID_,
 
     auto request = NetworkProperties::getRequest(Parameters::object(), false,
                                                  Endpoint::loginChallengeById(*challenge));
-    Answer answer = [this, contentID_, clientID_](std::optional<std::string> data,
-                                                  std::optional<RequestError> error, long status) {
-        if (!data || error) {
-            return;
-        }
-        if (!NetworkClient::isSuccess(status)) {
-            if (status == 400) {
-                NetworkClient::showBadRequest(*data);
-            } else if (status == 404) {
-                print(CustomError::wrongClientOrContentID);
-            } else {
-                // The challenge service failing doesn't stop the article: go on as if no
-                // session had been gained.
-                loadContentDetails(contentID_, clientID_);
-            }
-            return;
-        }
-        auto decoded = decode<LoginChallenge>(*data);
+    auto onSuccess = [this, contentID_, clientID_](const std::string& body) {
+        auto decoded = decode<LoginChallenge>(body);
         if (!decoded) {
             print(CustomError::decodingError);
             return;
@@ -206,7 +210,13 @@ void QuillgateClient::handleLoginChallenge(const std::string& contentID_,
             checkSubscriptionAccess(contentID_, clientID_, title, url);
         }
     };
-    NetworkClient::shared().send(std::move(request), weakSelf(), std::move(answer));
+    // The challenge service failing doesn't stop the article: it goes on as if no session had
+    // been gained.
+    auto onOtherStatus = [this, contentID_, clientID_] {
+        loadContentDetails(contentID_, clientID_);
+    };
+    NetworkClient::shared().send(std::move(request), weakSelf(),
+                                 carryingOnOutline(std::move(onSuccess), std::move(onOtherStatus)));
 }
 
 // ---- Journey -----------------------------------------------------------------------------
@@ -234,31 +244,21 @@ void QuillgateClient::handleUserJourney(const std::string& contentID_,
         {"authorName", authorName.value_or("")},
     };
     auto request = NetworkProperties::getRequest(parameters, true, Endpoint::journey());
-    Answer answer = [this, contentID_, clientID_](std::optional<std::string> data,
-                                                  std::optional<RequestError> error, long status) {
-        if (!data || error) {
-            return;
-        }
-        if (!NetworkClient::isSuccess(status)) {
-            if (status == 400) {
-                NetworkClient::showBadRequest(*data);
-            } else if (status == 404) {
-                print(CustomError::wrongClientOrContentID);
-            } else {
-                // A journey service in trouble still leaves the offer to be fetched.
-                loadContentDetails(contentID_, clientID_);
-                loadPopUpModel();
-            }
-            return;
-        }
-        auto decoded = decode<UserJourneyModel>(*data);
+    auto onSuccess = [this, contentID_, clientID_](const std::string& body) {
+        auto decoded = decode<UserJourneyModel>(body);
         if (!decoded) {
             print(CustomError::decodingError);
             return;
         }
         handleJourneyAnswer(std::move(*decoded), contentID_, clientID_);
     };
-    NetworkClient::shared().send(std::move(request), weakSelf(), std::move(answer));
+    // A journey service in trouble still leaves the offer to be fetched.
+    auto onOtherStatus = [this, contentID_, clientID_] {
+        loadContentDetails(contentID_, clientID_);
+        loadPopUpModel();
+    };
+    NetworkClient::shared().send(std::move(request), weakSelf(),
+                                 carryingOnOutline(std::move(onSuccess), std::move(onOtherStatus)));
 }
 
 void QuillgateClient::handleJourneyAnswer(UserJourneyModel journey, const std::string& contentID_,

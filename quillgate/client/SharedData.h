@@ -27,4 +27,23 @@ class SharedData {
     virtual void refreshData() = 0;
 };
 
+// The two stored properties of SharedData, for screens that keep them as plain fields: the
+// configuration as a shared, never-changed record, and the client weakly (the client owns the
+// screen).
+class SharedDataFields : public SharedData {
+  public:
+    SharedCustomizePayWallModel customizePayWallModel() const override { return model_; }
+    void setCustomizePayWallModel(SharedCustomizePayWallModel model) override {
+        model_ = std::move(model);
+    }
+    std::weak_ptr<quillgateVCDelegate> delegate() const override { return delegate_; }
+    void setDelegate(std::weak_ptr<quillgateVCDelegate> delegate) override {
+        delegate_ = std::move(delegate);
+    }
+
+  private:
+    SharedCustomizePayWallModel model_;
+    std::weak_ptr<quillgateVCDelegate> delegate_;
+};
+
 }  // namespace quillgate

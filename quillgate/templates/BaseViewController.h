@@ -15,19 +15,9 @@
 // weakly: the client owns the screen through its `customPayWallVC` field. Main thread only.
 namespace quillgate {
 
-class BaseViewController : public ui::ViewController, public SharedData {
+class BaseViewController : public ui::ViewController, public SharedDataFields {
   public:
     std::string className() const override { return "BaseViewController"; }
-
-    SharedCustomizePayWallModel customizePayWallModel() const override { return model_; }
-    void setCustomizePayWallModel(SharedCustomizePayWallModel model) override {
-        model_ = std::move(model);
-    }
-
-    std::weak_ptr<quillgateVCDelegate> delegate() const override { return delegate_; }
-    void setDelegate(std::weak_ptr<quillgateVCDelegate> delegate) override {
-        delegate_ = std::move(delegate);
-    }
 
     // Shows the screen again with what the client holds now. The base has nothing to redo.
     void refreshData() override {}
@@ -36,10 +26,6 @@ class BaseViewController : public ui::ViewController, public SharedData {
     // `nibName` is the nib the root view is built from: the class's own name.
     BaseViewController(Token token, std::string nibName)
         : ViewController(token, std::move(nibName)) {}
-
-  private:
-    SharedCustomizePayWallModel model_;
-    std::weak_ptr<quillgateVCDelegate> delegate_;
 };
 
 }  // namespace quillgate
