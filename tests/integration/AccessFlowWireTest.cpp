@@ -31,9 +31,7 @@ class AccessFlowWireTest : public ::testing::Test {
         EXPECT_TRUE(dev.start());
         tp.useHttp(std::make_shared<platform::CurlHttpSession>());
         auto& client = QuillgateClient::shared();
-        client.deployment.local = {dev.apiBase(), dev.webBase(), dev.collectUrl()};
-        client.deployment.webFontHost = dev.webFontHostBase();
-        client.deployment.sourceRepositoryHost = dev.sourceRepositoryHostBase();
+        dev.pointAt(client.deployment);
         client.configure(Mode::local, kClient);
     }
 

@@ -35,9 +35,7 @@ class LockedArticleTest : public ::testing::Test {
         tp.platform().fonts = std::make_shared<platform::FontconfigFontSystem>(
             platform::FontconfigFontSystem::InstalledFonts::exclude);
         auto& client = QuillgateClient::shared();
-        client.deployment.local = {dev.apiBase(), dev.webBase(), dev.collectUrl()};
-        client.deployment.webFontHost = dev.webFontHostBase();
-        client.deployment.sourceRepositoryHost = dev.sourceRepositoryHostBase();
+        dev.pointAt(client.deployment);
         client.configure(Mode::local, kClient);
     }
 

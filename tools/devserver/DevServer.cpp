@@ -572,6 +572,12 @@ std::string DevServer::sourceRepositoryHostBase() const {
     return std::string("http://") + kHost + ":" + std::to_string(impl_->collectPort) + "/repo/";
 }
 
+void DevServer::pointAt(Deployment& deployment) const {
+    deployment.local = {apiBase(), webBase(), collectUrl()};
+    deployment.webFontHost = webFontHostBase();
+    deployment.sourceRepositoryHost = sourceRepositoryHostBase();
+}
+
 void DevServer::reset() {
     Impl& d = *impl_;
     if (d.service) {

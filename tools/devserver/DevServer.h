@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "quillgate/service/Deployment.h"
 #include "tools/devserver/AccessService.h"
 #include "tools/devserver/Collector.h"
 #include "tools/devserver/Controls.h"
@@ -72,6 +73,9 @@ class DevServer {
     // ("s/roboto/...") and the source-repository host's ("google/fonts/raw/...") go behind.
     std::string webFontHostBase() const;
     std::string sourceRepositoryHostBase() const;
+    // Points the local mode's three addresses and both font hosts of `deployment` here, so
+    // that a client in the local mode talks to this server only.
+    void pointAt(Deployment& deployment) const;
 
     // Back to the scenario's first state: service state, collected events, faults and the
     // request log.

@@ -676,12 +676,7 @@ int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
     HostApp app(out, std::move(setup));
 
     QuillgateClient& client = app.client();
-    ServiceAddresses& local = client.deployment.local;
-    local.apiBase = server.apiBase();
-    local.webBase = server.webBase();
-    local.collectionAddress = server.collectUrl();
-    client.deployment.webFontHost = server.webFontHostBase();
-    client.deployment.sourceRepositoryHost = server.sourceRepositoryHostBase();
+    server.pointAt(client.deployment);
     client.configure(Mode::local, kDemoClientId);
 
     app.say("== Quillgate demo: one reader, the publisher " + std::string(kDemoClientId) +
