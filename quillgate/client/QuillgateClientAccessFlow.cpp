@@ -83,6 +83,14 @@ struct GateSources {
     const std::optional<DesktopPageLoad>* scrollDepth = nullptr;
 };
 
+// The page load and scroll depth of one action's conditions, which are the condition source.
+GateSources sourcesOf(const Conditions* conditions) {
+    if (!conditions) {
+        return GateSources{};
+    }
+    return GateSources{&conditions->mobilePageLoad, true, &conditions->mobileScrollDepth};
+}
+
 std::optional<double> gateDelay(const GateSources& sources, int scrollDepth,
                                 float scrollDepthPercentage) {
     if (sources.pageLoad && *sources.pageLoad) {
@@ -443,11 +451,7 @@ void QuillgateClient::showCustomizePayWall(SharedCustomizePayWallModel model) {
         return;
     }
     const Conditions* conditions = paywallConditions(*userJourneyModel);
-    GateSources sources;
-    sources.pageLoad = conditions ? &conditions->mobilePageLoad : nullptr;
-    sources.conditionSourcePresent = conditions != nullptr;
-    sources.scrollDepth = conditions ? &conditions->mobileScrollDepth : nullptr;
-    if (auto delay = gateDelay(sources, scrollDepth_, scrollDepthPercentage_)) {
+    if (auto delay = gateDelay(sourcesOf(conditions), scrollDepth_, scrollDepthPercentage_)) {
         present(*delay);
     }
 }
@@ -486,11 +490,7 @@ void QuillgateClient::popUpCheck() {
         return;
     }
     const Conditions* conditions = popupConditions(*userJourneyModel);
-    GateSources sources;
-    sources.pageLoad = conditions ? &conditions->mobilePageLoad : nullptr;
-    sources.conditionSourcePresent = conditions != nullptr;
-    sources.scrollDepth = conditions ? &conditions->mobileScrollDepth : nullptr;
-    if (auto delay = gateDelay(sources, scrollDepth_, scrollDepthPercentage_)) {
+    if (auto delay = gateDelay(sourcesOf(conditions), scrollDepth_, scrollDepthPercentage_)) {
         showPopUp(*delay);
     }
 }
