@@ -83,12 +83,20 @@ void registerSharedInstanceReset(std::function<void()> reset) {
 }
 
 void resetProcessState() {
+    // The HTTP session's thread prints and reads the platform from its completions, so the
+    // session goes first, while the platform is still installed: once the shared instances
+    // have dropped their references, its destructor stops and joins that thread.
+    std::shared_ptr<HttpSession> http;
+    if (auto& installed = slot()) {
+        http = std::move(installed->http);
+    }
     // Newest first: a shared instance may use older ones while it is torn down.
     auto list = std::move(resets());
     resets().clear();
     for (auto it = list.rbegin(); it != list.rend(); ++it) {
         (*it)();
     }
+    http.reset();
     if (auto& installed = slot()) {
         if (installed->defaults) {
             installed->defaults->synchronize();
