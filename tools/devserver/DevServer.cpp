@@ -1,14 +1,13 @@
 #include "tools/devserver/DevServer.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <optional>
@@ -47,35 +46,60 @@ void apply(const Reply& reply, httplib::Response& res) {
     res.set_content(reply.body, reply.contentType.c_str());
 }
 
+// The kernel's inode of the TCP socket whose local and peer ports are these, read from the
+// process's view of the connection tables.
+std::optional<std::string> socketInode(int localPort, int peerPort) {
+    for (const char* table : {"/proc/self/net/tcp", "/proc/self/net/tcp6"}) {
+        std::ifstream in(table);
+        std::string line;
+        std::getline(in, line);  // column titles
+        while (std::getline(in, line)) {
+            std::istringstream fields(line);
+            std::string slot, local, peer, state, queues, timer, retransmits, uid, timeout, inode;
+            if (!(fields >> slot >> local >> peer >> state >> queues >> timer >> retransmits >>
+                  uid >> timeout >> inode)) {
+                continue;
+            }
+            const auto portOf = [](const std::string& address) {
+                const auto colon = address.rfind(':');
+                return colon == std::string::npos ? -1
+                                                  : static_cast<int>(std::strtol(
+                                                        address.c_str() + colon + 1, nullptr, 16));
+            };
+            if (portOf(local) == localPort && portOf(peer) == peerPort && inode != "0") {
+                return inode;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
 // Closes the connection a request came in on, so that the client sees the connection end
-// without any answer. The HTTP library doesn't hand out its sockets; the one whose local and
-// peer ports are those of the request is found among the process's descriptors.
+// without any answer. The HTTP library doesn't hand out its sockets: the socket's inode is
+// found by its ports, then the descriptor that links to it. Only the links are read, never
+// the other descriptors themselves, which other threads of the process may be closing.
 bool dropConnection(const httplib::Request& req) {
+    const auto inode = socketInode(req.local_port, req.remote_port);
+    if (!inode) {
+        return false;
+    }
+    const std::string target = "socket:[" + *inode + "]";
     std::error_code ec;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ec)) {
+        std::error_code linkError;
+        if (std::filesystem::read_symlink(entry.path(), linkError).string() != target) {
+            continue;
+        }
         int fd = -1;
         try {
             fd = std::stoi(entry.path().filename().string());
         } catch (...) {
             continue;
         }
-        struct stat info {};
-        if (fstat(fd, &info) != 0 || !S_ISSOCK(info.st_mode)) {
-            continue;
-        }
-        sockaddr_in local{};
-        sockaddr_in peer{};
-        socklen_t localSize = sizeof(local);
-        socklen_t peerSize = sizeof(peer);
-        if (getsockname(fd, reinterpret_cast<sockaddr*>(&local), &localSize) != 0 ||
-            getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &peerSize) != 0 ||
-            local.sin_family != AF_INET || peer.sin_family != AF_INET) {
-            continue;
-        }
-        if (ntohs(local.sin_port) == req.local_port && ntohs(peer.sin_port) == req.remote_port) {
-            ::shutdown(fd, SHUT_RDWR);
-            return true;
-        }
+        // The descriptor is this worker thread's own connection, so it stays open until the
+        // handler returns.
+        ::shutdown(fd, SHUT_RDWR);
+        return true;
     }
     return false;
 }
