@@ -4,7 +4,6 @@
 #include <nlohmann/json.hpp>
 
 #include "quillgate/client/QuillgateClient.h"
-#include "quillgate/platform/Url.h"
 #include "quillgate/records/RecordCoding.h"
 #include "quillgate/service/Constants.h"
 #include "quillgate/ui/View.h"
@@ -16,24 +15,17 @@ namespace quillgate {
 namespace {
 
 using nlohmann::json;
-using testing::RecordingHost;
-using testing::TestPlatform;
+using testing::queryOf;
 using Access = QuillgateClientTestAccess;
+using Query = std::map<std::string, std::string>;
 
 const std::string kLocked = "purchasedOrNot(accessTime: false)";
 const std::string kLetIn = "purchasedOrNot(accessTime: true)";
 
-class AccessFlowTest : public ::testing::Test {
+class AccessFlowTest : public testing::ClientTest {
   protected:
-    AccessFlowTest() {
-        client().configure(Mode::local, "client-1");
-        tp.http().answer("/collect", 200, "{}");
-    }
-
-    static QuillgateClient& client() { return QuillgateClient::shared(); }
-
-    void showPayWall(const std::string& contentID = "article-1") {
-        client().showPayWall(contentID, "Title", std::vector<std::string>{"news", "world"},
+    void showPayWall() {
+        client().showPayWall("article-1", "Title", std::vector<std::string>{"news", "world"},
                              std::nullopt, std::nullopt, "https://news.test/a1", std::nullopt,
                              "https://host.test/a1", parent, host, host, host, host, host);
     }
@@ -43,132 +35,91 @@ class AccessFlowTest : public ::testing::Test {
                                    host, true, host);
     }
 
-    // Runs every answer and every step that is due now.
-    void settle() {
-        for (int i = 0; i < 20 && tp.loop().pendingCount() > 0; ++i) {
-            tp.runPending();
+    // A new round: the routes answer as `answers` says (path part, status, body), and the
+    // lines and the host's calls start empty.
+    void answer(std::initializer_list<std::tuple<std::string, long, std::string>> answers) {
+        tp.http().clearRules();
+        for (const auto& [part, status, body] : answers) {
+            tp.http().answer(part, status, body);
         }
+        tp.clearLines();
+        host->calls.clear();
     }
 
-    std::size_t sent(const std::string& part) { return tp.http().requestsTo(part).size(); }
-
-    // The query of the one request sent to `part`, as key to value (last one wins).
-    std::map<std::string, std::string> queryOf(const std::string& part) {
+    // The query of the last request sent to `part`.
+    Query queryTo(const std::string& part) {
         auto requests = tp.http().requestsTo(part);
-        EXPECT_EQ(requests.size(), 1u) << part;
-        std::map<std::string, std::string> out;
-        if (!requests.empty()) {
-            for (const auto& [key, value] : platform::url::queryItems(requests.front().url)) {
-                out[key] = value;
-            }
-        }
-        return out;
+        EXPECT_FALSE(requests.empty()) << part;
+        return requests.empty() ? Query{} : queryOf(requests.back().url);
     }
-
-    TestPlatform tp;
-    std::shared_ptr<ui::View> parent = std::make_shared<ui::View>();
-    std::shared_ptr<RecordingHost> host = std::make_shared<RecordingHost>();
 };
 
-// ---- The journey request -------------------------------------------------------------------
+// ---- The journey ---------------------------------------------------------------------------
 
-TEST_F(AccessFlowTest, JourneyCarriesItsSixteenKeysWithTheirDefaults) {
+TEST_F(AccessFlowTest, JourneyCarriesItsSixteenKeysAndTheBestKnownUserId) {
     Constants::setSessionID("session-7");
     showPayWall();
-    ASSERT_EQ(sent("/journey"), 1u);
-    const std::string address = tp.http().requestsTo("/journey").front().url;
     // The whole address is percent-encoded once, with lists as the platform prints them.
-    const std::string query = platform::url::percentDecode(address.substr(address.find('?') + 1));
-    std::map<std::string, std::string> pairs;
-    std::size_t start = 0;
-    while (start <= query.size()) {
-        std::size_t end = query.find('&', start);
-        if (end == std::string::npos)
-            end = query.size();
-        std::string item = query.substr(start, end - start);
-        auto eq = item.find('=');
-        pairs[item.substr(0, eq)] = item.substr(eq + 1);
-        start = end + 1;
-    }
-    EXPECT_EQ(pairs, (std::map<std::string, std::string>{
-                         {"clientId", "client-1"},
-                         {"anonId", Constants::anonymousID()},
-                         {"adBlock", "false"},
-                         {"cookies", "0"},
-                         {"clientContentId", "article-1"},
-                         {"sessionId", "session-7"},
-                         {"device", "application"},
-                         {"operatingSystem", "IOS"},
-                         {"browser", "WEBVIEW"},
-                         {"userId", ""},
-                         {"categories", R"(["news", "world"])"},
-                         {"sections", R"([""])"},
-                         {"title", "Title"},
-                         {"tags", R"([""])"},
-                         {"url", "https://news.test/a1"},
-                         {"authorName", ""},
-                     }));
+    EXPECT_EQ(queryTo("/journey"), (Query{{"clientId", "client-1"},
+                                          {"anonId", Constants::anonymousID()},
+                                          {"adBlock", "false"},
+                                          {"cookies", "0"},
+                                          {"clientContentId", "article-1"},
+                                          {"sessionId", "session-7"},
+                                          {"device", "application"},
+                                          {"operatingSystem", "IOS"},
+                                          {"browser", "WEBVIEW"},
+                                          {"userId", ""},
+                                          {"categories", R"(["news", "world"])"},
+                                          {"sections", R"([""])"},
+                                          {"title", "Title"},
+                                          {"tags", R"([""])"},
+                                          {"url", "https://news.test/a1"},
+                                          {"authorName", ""}}));
     EXPECT_TRUE(tp.printed("trackstartProcess()::handleUserJourney"));
-}
 
-TEST_F(AccessFlowTest, JourneyUserIdPrefersTheHostsStoredIdentity) {
+    // The session's user, then the host's own identity, which wins.
     Constants::userID() = "reader-from-session";
     showPayWall();
-    EXPECT_NE(tp.http().requestsTo("/journey").front().url.find("userId=reader-from-session"),
-              std::string::npos);
-
+    EXPECT_EQ(queryTo("/journey")["userId"], "reader-from-session");
     client().setClientUserId("host-reader");
     showPayWall();
-    EXPECT_NE(tp.http().requestsTo("/journey").back().url.find("userId=host-reader"),
-              std::string::npos);
+    EXPECT_EQ(queryTo("/journey")["userId"], "host-reader");
 }
 
-TEST_F(AccessFlowTest, NothingStartsWithoutItsPreconditions) {
-    client().showPayWall("  ", std::nullopt, std::nullopt, std::nullopt, std::nullopt, std::nullopt,
-                         std::nullopt, std::nullopt, parent, host, host, host, host, host);
-    client().showPayWall("a", std::nullopt, std::nullopt, std::nullopt, std::nullopt, std::nullopt,
-                         std::nullopt, std::nullopt, nullptr, host, host, host, host, host);
-    client().showPayWall("a", std::nullopt, std::nullopt, std::nullopt, std::nullopt, std::nullopt,
-                         std::nullopt, std::nullopt, parent, host, host, nullptr, host, host);
+TEST_F(AccessFlowTest, NothingStartsWithoutAnArticleAParentViewOrACompletionDelegate) {
+    auto show = [&](const std::string& id, std::shared_ptr<ui::View> view,
+                    std::shared_ptr<testing::RecordingHost> completion) {
+        client().showPayWall(id, {}, {}, {}, {}, {}, {}, {}, view, host, host, completion, host,
+                             host);
+    };
+    show("  ", parent, host);
+    show("a", nullptr, host);
+    show("a", parent, nullptr);
     settle();
     EXPECT_EQ(tp.http().requestCount(), 0u);
     EXPECT_FALSE(tp.printedContaining("trackstartProcess"));
 }
 
-// ---- The journey's answer ------------------------------------------------------------------
-
-struct BranchCase {
-    const char* name;
-    json journey;
-    std::string heard;
-    bool goesOn;  // branch c: the challenge step and the content follow
-};
-
 TEST_F(AccessFlowTest, JourneyAnswerTakesBranchAOrBOnlyWithASpentPageViewMeter) {
-    const BranchCase cases[] = {
-        {"a: free access",
-         {{"unlockedWithPageViewMeter", false}, {"freeAccess", true}},
-         kLocked,
-         false},
-        {"b: time left",
-         {{"unlockedWithPageViewMeter", false}, {"accessTimeLeft", 1}},
-         kLetIn,
-         false},
-        {"c: free access without the meter flag", {{"freeAccess", true}}, kLocked, true},
-        {"c: no time left",
-         {{"unlockedWithPageViewMeter", false}, {"accessTimeLeft", 0}},
-         kLocked,
+    struct Case {
+        const char* name;
+        std::string journey;
+        std::string heard;
+        bool goesOn;  // branch c: the challenge step and the content follow
+    };
+    const Case cases[] = {
+        {"a", R"({"unlockedWithPageViewMeter":false,"freeAccess":true})", kLocked, false},
+        {"b", R"({"unlockedWithPageViewMeter":false,"accessTimeLeft":1})", kLetIn, false},
+        {"c: no meter flag", R"({"freeAccess":true})", kLocked, true},
+        {"c: no time left", R"({"unlockedWithPageViewMeter":false,"accessTimeLeft":0})", kLocked,
          true},
-        {"c: subscription without time left", {{"unlockedWithSubscription", true}}, kLocked, true},
-        {"c: page-view meter running", {{"unlockedWithPageViewMeter", true}}, kLocked, true},
+        {"c: subscription", R"({"unlockedWithSubscription":true})", kLocked, true},
+        {"c: meter running", R"({"unlockedWithPageViewMeter":true})", kLocked, true},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        tp.http().clearRules();
-        tp.http().answer("/journey", 200, c.journey.dump());
-        tp.http().answer("/content", 404, "{}");
-        host->calls.clear();
-        tp.clearLines();
+        answer({{"/journey", 200, c.journey}, {"/content", 404, "{}"}});
         const auto contentBefore = sent("/content");
 
         showPayWall();
@@ -179,15 +130,11 @@ TEST_F(AccessFlowTest, JourneyAnswerTakesBranchAOrBOnlyWithASpentPageViewMeter) 
         EXPECT_EQ(tp.printed("calling handleLoginChallenge"), c.goesOn);
         EXPECT_EQ(sent("/content") - contentBefore, c.goesOn ? 1u : 0u);
     }
-}
 
-TEST_F(AccessFlowTest, BranchesAAndBCloseTheWallOnShow) {
-    auto wall = std::make_shared<ui::View>();
-    auto screen = ui::ViewController::create<ui::ViewController>();
-    tp.http().answer("/journey", 200,
-                     json{{"unlockedWithPageViewMeter", false}, {"accessTimeLeft", 3}}.dump());
+    // Branches a and b take down a wall that an earlier answer of the article added.
+    answer({{"/journey", 200, cases[1].journey}});
     showPayWall();
-    // A wall added by an earlier answer of this article.
+    auto screen = ui::ViewController::create<ui::ViewController>();
     client().blockerVC = screen;
     parent->addSubview(screen->view());
     settle();
@@ -198,27 +145,23 @@ TEST_F(AccessFlowTest, BranchesAAndBCloseTheWallOnShow) {
 TEST_F(AccessFlowTest, SessionExistsFalseWipesTheSessionAndAbsentLeavesIt) {
     Constants::setSessionID("session-1");
     Constants::userID() = "reader-1";
-    tp.http().answer("/journey", 200, json{{"unlockedWithPass", true}}.dump(), {}, true);
-    showPayWall();
-    settle();
-    EXPECT_EQ(Constants::sessionID(), "session-1");
-    EXPECT_EQ(Constants::userID(), "reader-1");
-    EXPECT_EQ(Constants::unlockedStatus(), 0);
-
-    tp.http().answer("/journey", 200, json{{"sessionExists", true}}.dump(), {}, true);
-    showPayWall();
-    settle();
-    EXPECT_EQ(Constants::unlockedStatus(), 1);
-
-    tp.http().answer("/journey", 200, json{{"sessionExists", false}}.dump(), {}, true);
-    showPayWall();
-    settle();
-    EXPECT_EQ(Constants::sessionID(), std::nullopt);
-    EXPECT_EQ(Constants::userID(), "");
-    EXPECT_EQ(Constants::unlockedStatus(), 0);
+    const std::tuple<const char*, int, bool> rounds[] = {
+        {R"({"unlockedWithPass":true})", 0, true},
+        {R"({"sessionExists":true})", 1, true},
+        {R"({"sessionExists":false})", 0, false},
+    };
+    for (const auto& [journey, unlocked, kept] : rounds) {
+        SCOPED_TRACE(journey);
+        answer({{"/journey", 200, journey}});
+        showPayWall();
+        settle();
+        EXPECT_EQ(Constants::sessionID(), kept ? std::optional("session-1") : std::nullopt);
+        EXPECT_EQ(Constants::userID(), kept ? "reader-1" : "");
+        EXPECT_EQ(Constants::unlockedStatus(), unlocked);
+    }
 }
 
-TEST_F(AccessFlowTest, JourneyFailuresStopOrGoOnByStatus) {
+TEST_F(AccessFlowTest, JourneyFailuresStopOrGoOnToContentByStatus) {
     struct Case {
         long status;
         std::string body;
@@ -234,11 +177,7 @@ TEST_F(AccessFlowTest, JourneyFailuresStopOrGoOnByStatus) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.status);
-        tp.http().clearRules();
-        tp.http().answer("/journey", c.status, c.body);
-        tp.http().answer("/content", 404, "{}");
-        host->calls.clear();
-        tp.clearLines();
+        answer({{"/journey", c.status, c.body}, {"/content", 200, "{}"}});
         const auto before = sent("/content");
         showPayWall();
         settle();
@@ -248,18 +187,14 @@ TEST_F(AccessFlowTest, JourneyFailuresStopOrGoOnByStatus) {
             EXPECT_TRUE(tp.printed(c.line));
         }
     }
+    EXPECT_EQ(sent("/paywall/"), 0u) << "without a journey there is no paywall action";
 }
 
 TEST_F(AccessFlowTest, PopupOfTheJourneyIsFetchedAndTheUnlockedStatusSetLast) {
-    const json journey = {
-        {"sessionExists", true},
-        {"popupAction", {{"data", {{"popupActionId", "popup-9"}}}}},
-        {"unlockedWithPageViewMeter", false},
-        {"freeAccess", true},
-    };
-    tp.http().answer("/journey", 200, journey.dump());
-    tp.http().answer("/client/popup/popup-9", 200,
-                     R"({"type":"mobile","position":"center","status":"ACTIVE"})");
+    answer({{"/journey", 200,
+             R"({"sessionExists":true,"popupAction":{"data":{"popupActionId":"popup-9"}},
+                 "unlockedWithPageViewMeter":false,"freeAccess":true})"},
+            {"/client/popup/popup-9", 200, R"({"type":"mobile","position":"center"})"}});
     showPayWall();
     settle();
     ASSERT_EQ(sent("/client/popup/popup-9"), 1u);
@@ -268,9 +203,7 @@ TEST_F(AccessFlowTest, PopupOfTheJourneyIsFetchedAndTheUnlockedStatusSetLast) {
     EXPECT_EQ(Constants::unlockedStatus(), 1);
 
     // A blank popup action id sends nothing.
-    tp.http().clearRules();
-    tp.http().answer("/journey", 200,
-                     json{{"popupAction", {{"data", {{"popupActionId", "  "}}}}}}.dump());
+    answer({{"/journey", 200, R"({"popupAction":{"data":{"popupActionId":"  "}}})"}});
     showPayWall();
     settle();
     EXPECT_EQ(sent("/client/popup/"), 1u);
@@ -280,10 +213,10 @@ TEST_F(AccessFlowTest, PopupOfTheJourneyIsFetchedAndTheUnlockedStatusSetLast) {
 
 TEST_F(AccessFlowTest, ChallengeThatYieldsASessionRunsTheJourneyOnceMore) {
     Constants::setLoginChallenge("challenge-1");
-    tp.http().answer("/journey", 200, json{{"isPremium", true}}.dump());
-    tp.http().answer("/login-challenge/challenge-1", 200,
-                     R"({"sessionId":"session-new","userId":"reader-5"})");
-    tp.http().answer("/content", 404, "{}");
+    answer({{"/journey", 200, R"({"isPremium":true})"},
+            {"/login-challenge/challenge-1", 200,
+             R"({"sessionId":"session-new","userId":"reader-5"})"},
+            {"/content", 404, "{}"}});
 
     showPayWall();
     settle();
@@ -301,127 +234,133 @@ TEST_F(AccessFlowTest, ChallengeThatYieldsASessionRunsTheJourneyOnceMore) {
     EXPECT_EQ(client().apiCallCount, 1);
 }
 
-TEST_F(AccessFlowTest, ChallengeWithoutSessionOrWithAnOddStatusGoesOnToContent) {
-    for (long status : {200L, 502L}) {
+TEST_F(AccessFlowTest, ChallengeWithoutASessionGoesOnToContentUnlessRefused) {
+    // No session in the answer, or an odd status: kept, and the content follows. 404: stop.
+    for (long status : {200L, 502L, 404L}) {
         SCOPED_TRACE(status);
-        tp.http().clearRules();
         Constants::setLoginChallenge("challenge-2");
-        tp.http().answer("/journey", 200, "{}");
-        tp.http().answer("/login-challenge/", status, R"({"loginChallengeId":"challenge-2"})");
-        tp.http().answer("/content", 404, "{}");
+        answer({{"/journey", 200, "{}"},
+                {"/login-challenge/", status, R"({"loginChallengeId":"challenge-2"})"},
+                {"/content", 200, "{}"}});
         const auto journeys = sent("/journey");
         const auto contents = sent("/content");
         showPayWall();
         settle();
         EXPECT_EQ(sent("/journey") - journeys, 1u);
-        EXPECT_EQ(sent("/content") - contents, 1u);
+        EXPECT_EQ(sent("/content") - contents, status == 404 ? 0u : 1u);
+        EXPECT_EQ(tp.printed("wrongClientOrContentID"), status == 404);
         EXPECT_EQ(Constants::loginChallenge(), "challenge-2") << "kept until it yields a session";
         EXPECT_EQ(client().apiCallCount, 0);
     }
 }
 
-TEST_F(AccessFlowTest, ChallengeRefusedStopsTheFlow) {
-    Constants::setLoginChallenge("challenge-3");
-    tp.http().answer("/journey", 200, "{}");
-    tp.http().answer("/login-challenge/", 404, "{}");
-    showPayWall();
-    settle();
-    EXPECT_TRUE(tp.printed("wrongClientOrContentID"));
-    EXPECT_EQ(sent("/content"), 0u);
-}
-
 // ---- Content -------------------------------------------------------------------------------
 
 TEST_F(AccessFlowTest, ContentLeadsToTheBannerUnderAPageViewMeterElseToTheConfiguration) {
-    const json metered = {
+    json journey = {
         {"unlockedWithPageViewMeter", true},
         {"meteringAction", {{"data", {{"actionId", "meter-1"}}}}},
         {"actionId", {{"data", {{"actionId", "wall-1"}}}}},
     };
-    tp.http().answer("/journey", 200, metered.dump(), {}, true);
-    tp.http().answer("/content", 200, R"({"price":1.5})");
+    Constants::setSessionID("session-9");
+    answer({{"/journey", 200, journey.dump()}, {"/content", 200, R"({"price":1.5})"}});
     showPayWall();
     settle();
     ASSERT_TRUE(client().contentDetailsModel.has_value());
+    EXPECT_EQ(queryTo("/content"), (Query{{"clientId", "client-1"},
+                                          {"clientContentId", "article-1"},
+                                          {"sessionId", "session-9"}}));
     EXPECT_EQ(sent("/metering/banner/meter-1"), 1u);
     EXPECT_EQ(sent("/paywall/paywall-config/"), 0u);
 
-    json locked = metered;
-    locked["unlockedWithPageViewMeter"] = false;
-    tp.http().answer("/journey", 200, locked.dump(), {}, true);
+    journey["unlockedWithPageViewMeter"] = false;
+    answer({{"/journey", 200, journey.dump()}, {"/content", 200, R"({"price":1.5})"}});
     showPayWall();
     settle();
     EXPECT_EQ(sent("/metering/banner/"), 1u);
     ASSERT_EQ(sent("/paywall/paywall-config/client-1"), 1u);
-    EXPECT_EQ(queryOf("/paywall/paywall-config/")["paywallId"], "wall-1");
-}
-
-TEST_F(AccessFlowTest, ContentQueryCarriesTheSessionWhenOneIsStored) {
-    tp.http().answer("/journey", 200, "{}");
-    Constants::setSessionID("session-9");
-    showPayWall();
-    settle();
-    EXPECT_EQ(queryOf("/content"),
-              (std::map<std::string, std::string>{{"clientId", "client-1"},
-                                                  {"clientContentId", "article-1"},
-                                                  {"sessionId", "session-9"}}));
-}
-
-TEST_F(AccessFlowTest, JourneyOf500LeavesNoPaywallAction) {
-    tp.http().answer("/journey", 500, "{}");
-    tp.http().answer("/content", 200, "{}");
-    showPayWall();
-    settle();
-    EXPECT_EQ(sent("/content"), 1u);
-    EXPECT_EQ(sent("/paywall/"), 0u) << "the configuration step finds no action id";
+    EXPECT_EQ(queryTo("/paywall/paywall-config/")["paywallId"], "wall-1");
 }
 
 // ---- The subscription entry ----------------------------------------------------------------
 
-TEST_F(AccessFlowTest, SubscriptionEntryWithSignatureLetsTheReaderIn) {
-    tp.http().answer("/subscription/access", 200, R"({"signature":"sig-1"})");
+TEST_F(AccessFlowTest, SubscriptionEntrySignatureLetsTheReaderInAndErrorFetchesThePlans) {
+    answer({{"/subscription/access", 200, R"({"signature":"sig-1"})"}});
     initSubscriptions();
     settle();
-    EXPECT_EQ(queryOf("/subscription/access"),
-              (std::map<std::string, std::string>{{"clientId", "client-1"},
-                                                  {"clientContentId", "article-1"},
-                                                  {"title", ""},
-                                                  {"url", ""}}));
+    EXPECT_EQ(queryTo("/subscription/access"), (Query{{"clientId", "client-1"},
+                                                      {"clientContentId", "article-1"},
+                                                      {"title", ""},
+                                                      {"url", ""}}));
     EXPECT_EQ(host->calls, std::vector<std::string>{kLetIn});
     EXPECT_TRUE(tp.printed("[\"signature\": \"sig-1\"]"));
     EXPECT_EQ(sent("/subscription/embedded-subscription"), 0u);
-}
 
-TEST_F(AccessFlowTest, SubscriptionEntryWithErrorWipesTheSessionAndFetchesThePlans) {
     Constants::setSessionID("session-2");
     Constants::userID() = "reader-2";
-    tp.http().answer("/subscription/access", 200, R"({"error":"no subscription"})");
-    tp.http().answer("/subscription/embedded-subscription", 404, "{}");
+    answer({{"/subscription/access", 200, R"({"error":"no subscription"})"},
+            {"/subscription/embedded-subscription", 404, "{}"}});
     initSubscriptions();
     settle();
-    EXPECT_EQ(queryOf("/subscription/access")["sessionId"], "session-2");
+    EXPECT_EQ(sent("/subscription/access"), 2u);
+    EXPECT_EQ(queryTo("/subscription/access")["sessionId"], "session-2");
     EXPECT_EQ(host->calls, std::vector<std::string>{kLocked});
     EXPECT_EQ(Constants::sessionID(), std::nullopt);
     EXPECT_EQ(Constants::userID(), "");
-    EXPECT_EQ(queryOf("/subscription/embedded-subscription")["clientId"], "client-1");
+    EXPECT_EQ(queryTo("/subscription/embedded-subscription")["clientId"], "client-1");
 }
 
 TEST_F(AccessFlowTest, SubscriptionEntryWithAStoredChallengeExchangesItFirst) {
     Constants::setLoginChallenge("challenge-4");
-    tp.http().answer("/login-challenge/challenge-4", 200, R"({"sessionId":"session-4"})");
-    tp.http().answer("/subscription/access", 200, R"({})");
+    answer({{"/login-challenge/challenge-4", 200, R"({"sessionId":"session-4"})"},
+            {"/subscription/access", 200, R"({})"}});
     initSubscriptions();
     settle();
     EXPECT_TRUE(tp.printed("trackstartProcess::handleLoginChallenge()"));
-    EXPECT_EQ(queryOf("/subscription/access")["sessionId"], "session-4");
+    EXPECT_EQ(queryTo("/subscription/access")["sessionId"], "session-4");
     EXPECT_TRUE(host->calls.empty()) << "no signature, no error: nothing";
     EXPECT_EQ(sent("/journey"), 0u);
 }
 
 // ---- Condition gates -----------------------------------------------------------------------
 
+json on(int value) {
+    return {{"enabled", true}, {"value", value}};
+}
+json scroll(int value, const char* type, bool enabled = true) {
+    json out = {{"enabled", enabled}, {"value", value}};
+    if (type) {
+        out["type"] = type;
+    }
+    return out;
+}
+// An action's data with its conditions; null sources are left out.
+json conditions(const json& pageLoad, const json& scroll) {
+    json out = json::object();
+    if (!pageLoad.is_null())
+        out["mobilePageLoad"] = pageLoad;
+    if (!scroll.is_null())
+        out["mobileScrollDepth"] = scroll;
+    return {{"data", {{"conditions", out}}}};
+}
+
 class GateTest : public AccessFlowTest {
   protected:
+    enum class Gate { wall, defaultWall, banner, popup };
+
+    void open(Gate gate) {
+        switch (gate) {
+            case Gate::wall:
+                return Access::showCustomizePayWall(client(), nullptr);
+            case Gate::defaultWall:
+                return Access::showDefaultPaywallView(client());
+            case Gate::banner:
+                return Access::showMeterBanner(client());
+            case Gate::popup:
+                return Access::popUpCheck(client());
+        }
+    }
+
     // Seconds from now until the next scheduled step, or -1 when nothing is scheduled.
     double scheduledIn() {
         auto deadline = tp.loop().nextDeadline();
@@ -436,21 +375,6 @@ class GateTest : public AccessFlowTest {
         ASSERT_TRUE(decoded.ok());
         client().userJourneyModel = *decoded;
     }
-
-    void setScroll(int pixels, float percent) {
-        client().setScrollDepth(pixels);
-        client().setScrollDepthPercentage(percent);
-        tp.runPending();
-    }
-
-    static json conditions(json pageLoad, json scroll) {
-        json out = json::object();
-        if (!pageLoad.is_null())
-            out["mobilePageLoad"] = pageLoad;
-        if (!scroll.is_null())
-            out["mobileScrollDepth"] = scroll;
-        return out;
-    }
 };
 
 TEST_F(GateTest, PageLoadAndScrollDepthDecideWhenTheTemplateComes) {
@@ -464,151 +388,108 @@ TEST_F(GateTest, PageLoadAndScrollDepthDecideWhenTheTemplateComes) {
     };
     const json off = {{"enabled", false}, {"value", 5}};
     const Case cases[] = {
-        {"page load 0", {{"enabled", true}, {"value", 0}}, nullptr, 0, 0, 0},
-        {"page load 5", {{"enabled", true}, {"value", 5}}, nullptr, 0, 0, 5},
-        {"negative page load falls to scroll",
-         {{"enabled", true}, {"value", -1}},
-         nullptr,
-         0,
-         0,
-         0},
-        {"percent reached", off, {{"enabled", true}, {"value", 40}, {"type", "percent"}}, 0, 40, 0},
-        {"percent short",
-         off,
-         {{"enabled", true}, {"value", 40}, {"type", "percent"}},
-         900,
-         39.5,
-         -1},
-        {"PERCENT in capitals",
-         off,
-         {{"enabled", true}, {"value", 40}, {"type", "PERCENT"}},
-         0,
-         45,
-         0},
-        {"pixels reached", off, {{"enabled", true}, {"value", 300}, {"type", "Pixels"}}, 300, 0, 0},
-        {"pixels short",
-         off,
-         {{"enabled", true}, {"value", 300}, {"type", "pixels"}},
-         299,
-         100,
-         -1},
-        {"neither word",
-         off,
-         {{"enabled", true}, {"value", 1}, {"type", "PERCENTAGE"}},
-         999,
-         100,
-         -1},
-        {"type absent", off, {{"enabled", true}, {"value", 1}}, 999, 100, -1},
-        {"scroll disabled", off, {{"enabled", false}, {"value", 1}, {"type", "pixels"}}, 0, 0, 0},
+        {"page load 0", on(0), nullptr, 0, 0, 0},
+        {"page load 5", on(5), nullptr, 0, 0, 5},
+        {"negative page load falls to scroll", on(-1), nullptr, 0, 0, 0},
+        {"percent reached", off, scroll(40, "percent"), 0, 40, 0},
+        {"percent short", off, scroll(40, "percent"), 900, 39.5, -1},
+        {"PERCENT in capitals", off, scroll(40, "PERCENT"), 0, 45, 0},
+        {"pixels reached", off, scroll(300, "Pixels"), 300, 0, 0},
+        {"pixels short", off, scroll(300, "pixels"), 299, 100, -1},
+        {"neither word", off, scroll(1, "PERCENTAGE"), 999, 100, -1},
+        {"type absent", off, scroll(1, nullptr), 999, 100, -1},
+        {"scroll disabled", off, scroll(1, "pixels", false), 0, 0, 0},
         {"no scroll record", off, nullptr, 0, 0, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        setScroll(c.pixels, c.percent);
-        setJourney({{"actionId", {{"data", {{"conditions", conditions(c.pageLoad, c.scroll)}}}}}});
+        client().setScrollDepth(c.pixels);
+        client().setScrollDepthPercentage(c.percent);
+        tp.runPending();
+        setJourney({{"actionId", conditions(c.pageLoad, c.scroll)}});
         tp.clearLines();
-        Access::showCustomizePayWall(client(), nullptr);
+        open(Gate::wall);
         EXPECT_TRUE(tp.printed("showCustomizePayWall()"));
         EXPECT_DOUBLE_EQ(scheduledIn(), c.expected);
         tp.advance(10);
     }
 }
 
-TEST_F(GateTest, AbsentSourcesPresentAtOnce) {
-    for (const json& journey : {json::object(), json{{"actionId", json::object()}},
-                                json{{"actionId", {{"data", json::object()}}}}}) {
-        SCOPED_TRACE(journey.dump());
-        setJourney(journey);
-        Access::showCustomizePayWall(client(), nullptr);
-        EXPECT_DOUBLE_EQ(scheduledIn(), 0);
-        tp.advance(1);
+TEST_F(GateTest, EachGateReadsItsOwnSources) {
+    const json percent = scroll(50, "percent");
+    const json pixels = scroll(200, "pixels");
+    client().popUpModel = PopUpModel{};
+    client().popUpModel->type = "mobile";
+    struct Case {
+        const char* name;
+        Gate gate;
+        json journey;
+        double expected;  // -1: not now
+    };
+    const Case cases[] = {
+        {"wall: no action", Gate::wall, json::object(), 0},
+        {"wall: no data", Gate::wall, {{"actionId", json::object()}}, 0},
+        {"wall: no conditions", Gate::wall, {{"actionId", {{"data", json::object()}}}}, 0},
+        // The default paywall takes the wall's page load and the popup's scroll condition.
+        {"default: wall's page load",
+         Gate::defaultWall,
+         {{"actionId", conditions(on(4), nullptr)}},
+         4},
+        {"default: not the wall's scroll",
+         Gate::defaultWall,
+         {{"actionId", conditions(nullptr, percent)}},
+         0},
+        {"default: popup's scroll",
+         Gate::defaultWall,
+         {{"popupAction", conditions(nullptr, percent)}},
+         -1},
+        {"default: not the popup's page load",
+         Gate::defaultWall,
+         {{"popupAction", conditions(on(4), percent)}},
+         -1},
+        {"banner: page load", Gate::banner, {{"meteringAction", conditions(on(2), nullptr)}}, 2},
+        {"banner: no conditions",
+         Gate::banner,
+         {{"meteringAction", {{"data", json::object()}}}},
+         0},
+        {"popup: page load", Gate::popup, {{"popupAction", conditions(on(7), pixels)}}, 7},
+        {"popup: scroll", Gate::popup, {{"popupAction", conditions(nullptr, pixels)}}, -1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        setJourney(c.journey);
+        tp.clearLines();
+        open(c.gate);
+        EXPECT_DOUBLE_EQ(scheduledIn(), c.expected);
+        if (c.gate == Gate::banner) {
+            EXPECT_TRUE(tp.printed("showMeterBanner()::In"));
+            EXPECT_EQ(tp.lines().back(), "showMeterBannerView()");
+        }
+        tp.advance(10);
     }
     client().userJourneyModel.reset();
-    Access::showCustomizePayWall(client(), nullptr);
-    EXPECT_DOUBLE_EQ(scheduledIn(), 0);
-    tp.advance(1);
+    open(Gate::wall);
+    EXPECT_DOUBLE_EQ(scheduledIn(), 0) << "no journey at all";
+}
 
-    // A closed gate prints its name and schedules nothing.
+TEST_F(GateTest, AClosedGatePrintsItsNameAndSchedulesNothing) {
     client().isNeedToShowPaywall = false;
-    tp.clearLines();
-    Access::showCustomizePayWall(client(), nullptr);
-    Access::showDefaultPaywallView(client());
-    EXPECT_TRUE(tp.printed("showCustomizePayWall()"));
-    EXPECT_TRUE(tp.printed("showDefaultPaywallView()"));
-    EXPECT_DOUBLE_EQ(scheduledIn(), -1);
-}
-
-TEST_F(GateTest, DefaultPaywallTakesThePageLoadOfTheWallAndTheScrollOfThePopup) {
-    const json pageLoad = {{"enabled", true}, {"value", 4}};
-    const json scroll = {{"enabled", true}, {"value", 50}, {"type", "percent"}};
-    // The paywall action's page load counts.
-    setJourney({{"actionId", {{"data", {{"conditions", conditions(pageLoad, nullptr)}}}}}});
-    Access::showDefaultPaywallView(client());
-    EXPECT_DOUBLE_EQ(scheduledIn(), 4);
-    tp.advance(5);
-
-    // Its scroll condition doesn't: with no popup action the wall comes at once.
-    setJourney({{"actionId", {{"data", {{"conditions", conditions(nullptr, scroll)}}}}}});
-    Access::showDefaultPaywallView(client());
-    EXPECT_DOUBLE_EQ(scheduledIn(), 0);
-    tp.advance(1);
-
-    // The popup's scroll condition holds the wall back.
-    setJourney({{"popupAction", {{"data", {{"conditions", conditions(nullptr, scroll)}}}}}});
-    Access::showDefaultPaywallView(client());
-    EXPECT_DOUBLE_EQ(scheduledIn(), -1);
-    // ...and the popup's page load is not the wall's.
-    setJourney({{"popupAction", {{"data", {{"conditions", conditions(pageLoad, scroll)}}}}}});
-    Access::showDefaultPaywallView(client());
-    EXPECT_DOUBLE_EQ(scheduledIn(), -1);
-}
-
-TEST_F(GateTest, BannerGatePrintsItsStepsAndSchedulesTheBanner) {
-    const json pageLoad = {{"enabled", true}, {"value", 2}};
-    setJourney({{"meteringAction", {{"data", {{"conditions", conditions(pageLoad, nullptr)}}}}}});
-    Access::showMeterBanner(client());
-    EXPECT_EQ(tp.lines().back(), "showMeterBannerView()");
-    EXPECT_TRUE(tp.printed("showMeterBanner()::In"));
-    EXPECT_DOUBLE_EQ(scheduledIn(), 2);
-    tp.advance(3);
-
-    setJourney({{"meteringAction", {{"data", json::object()}}}});
-    Access::showMeterBanner(client());
-    EXPECT_DOUBLE_EQ(scheduledIn(), 0);
-    tp.advance(1);
-
     client().isNeedToShowMeterBanner = false;
-    tp.clearLines();
-    Access::showMeterBanner(client());
-    EXPECT_EQ(tp.lines(), std::vector<std::string>{"showMeterBanner()"});
-}
-
-TEST_F(GateTest, PopupGateReadsThePopupsConditions) {
-    PopUpModel popup;
-    popup.type = "mobile";
-    client().popUpModel = popup;
-    const json scroll = {{"enabled", true}, {"value", 200}, {"type", "pixels"}};
-    setJourney(
-        {{"popupAction",
-          {{"data", {{"conditions", conditions({{"enabled", true}, {"value", 7}}, scroll)}}}}}});
-    Access::popUpCheck(client());
-    EXPECT_DOUBLE_EQ(scheduledIn(), 7);
-    tp.advance(8);
-
-    setJourney({{"popupAction", {{"data", {{"conditions", conditions(nullptr, scroll)}}}}}});
-    Access::popUpCheck(client());
-    EXPECT_DOUBLE_EQ(scheduledIn(), -1);
-
     client().isNeedToShowPopUp = false;
-    setJourney(json::object());
-    Access::popUpCheck(client());
+    client().popUpModel = PopUpModel{};
+    client().popUpModel->type = "mobile";
+    for (auto gate : {Gate::wall, Gate::defaultWall, Gate::banner, Gate::popup}) {
+        open(gate);
+    }
+    EXPECT_EQ(tp.lines(),
+              (std::vector<std::string>{"showCustomizePayWall()", "showDefaultPaywallView()",
+                                        "showMeterBanner()"}));
     EXPECT_DOUBLE_EQ(scheduledIn(), -1);
 }
 
 TEST_F(GateTest, ALaterScrollReportMeetsTheThreshold) {
-    const json scroll = {{"enabled", true}, {"value", 60}, {"type", "percent"}};
-    setJourney({{"actionId", {{"data", {{"conditions", conditions(nullptr, scroll)}}}}}});
-    Access::showCustomizePayWall(client(), nullptr);
+    setJourney({{"actionId", conditions(nullptr, scroll(60, "percent"))}});
+    open(Gate::wall);
     EXPECT_DOUBLE_EQ(scheduledIn(), -1);
     // The scroll rule shows the template at once once the reader reports a scroll.
     client().setScrollDepthPercentage(61);

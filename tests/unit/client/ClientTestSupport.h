@@ -1,60 +1,46 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "quillgate/client/QuillgateClient.h"
-#include "quillgate/service/Description.h"
+#include <gtest/gtest.h>
 
-// What the client tests share: a way into the client's internal steps, and a host that
-// writes down every delegate call it hears.
+#include "quillgate/client/QuillgateClient.h"
+#include "quillgate/platform/Url.h"
+#include "quillgate/service/Description.h"
+#include "quillgate/ui/View.h"
+#include "quillgate/ui/ViewController.h"
+#include "tests/support/TestPlatform.h"
+
+// What the client tests share: a way into the client's internal steps, a host that writes
+// down every delegate call it hears, and a fixture with a configured client and an article's
+// parent view.
 namespace quillgate {
 
 // Reaches the client's private steps from tests. One definition for the whole test binary.
 struct QuillgateClientTestAccess {
-    static void resetValues(QuillgateClient& c) { c.resetValues(); }
-    static void startProcess(QuillgateClient& c) { c.startProcess(); }
-    static void handleLoginChallenge(QuillgateClient& c) {
-        c.handleLoginChallenge(c.contentID, c.clientID);
-    }
-    static void handleUserJourney(QuillgateClient& c) {
-        c.handleUserJourney(c.contentID, c.clientID);
-    }
-    static void checkSubscriptionAccess(QuillgateClient& c) {
-        c.checkSubscriptionAccess(c.contentID, c.clientID, c.title, c.url);
-    }
-    static void loadContentDetails(QuillgateClient& c) {
-        c.loadContentDetails(c.contentID, c.clientID);
-    }
-    static void loadEmbeddedSubscription(QuillgateClient& c) { c.loadEmbeddedSubscription(); }
-    static void loadPopUpModel(QuillgateClient& c) { c.loadPopUpModel(); }
-    static void loadMeterBanner(QuillgateClient& c) { c.loadMeterBanner(); }
-    static void loadPaywallConfig(QuillgateClient& c) { c.loadPaywallConfig(c.clientID); }
-    static void showMeterBanner(QuillgateClient& c) { c.showMeterBanner(); }
-    static void showDefaultPaywallView(QuillgateClient& c) { c.showDefaultPaywallView(); }
-    static void showCustomizePayWall(QuillgateClient& c, SharedCustomizePayWallModel m) {
-        c.showCustomizePayWall(std::move(m));
-    }
-    static void popUpCheck(QuillgateClient& c) { c.popUpCheck(); }
-    static void showMeterBannerView(QuillgateClient& c, double delay) {
-        c.showMeterBannerView(delay);
-    }
-    static void presentMeterBanner(QuillgateClient& c) { c.presentMeterBanner(); }
-    static void presentDefaultPaywall(QuillgateClient& c) { c.presentDefaultPaywall(); }
-    static void presentCustomizePayWall(QuillgateClient& c, SharedCustomizePayWallModel m) {
-        c.presentCustomizePayWall(std::move(m));
-    }
-    static void showPopUp(QuillgateClient& c, double delay) { c.showPopUp(delay); }
-    static void presentSubscriptionScreen(QuillgateClient& c, EmbededSubscription m) {
+    using C = QuillgateClient;
+    using Model = SharedCustomizePayWallModel;
+    static void resetValues(C& c) { c.resetValues(); }
+    static void loadMeterBanner(C& c) { c.loadMeterBanner(); }
+    static void loadPaywallConfig(C& c) { c.loadPaywallConfig(c.clientID); }
+    static void showMeterBanner(C& c) { c.showMeterBanner(); }
+    static void showDefaultPaywallView(C& c) { c.showDefaultPaywallView(); }
+    static void showCustomizePayWall(C& c, Model m) { c.showCustomizePayWall(std::move(m)); }
+    static void popUpCheck(C& c) { c.popUpCheck(); }
+    static void presentMeterBanner(C& c) { c.presentMeterBanner(); }
+    static void presentDefaultPaywall(C& c) { c.presentDefaultPaywall(); }
+    static void presentCustomizePayWall(C& c, Model m) { c.presentCustomizePayWall(std::move(m)); }
+    static void showPopUp(C& c, double delay) { c.showPopUp(delay); }
+    static void presentSubscriptionScreen(C& c, EmbededSubscription m) {
         c.presentSubscriptionScreen(std::move(m));
     }
-    static void reloadSDK(QuillgateClient& c) { c.reloadSDK(); }
-    static void generateLoginChallenge(QuillgateClient& c) { c.generateLoginChallenge(); }
-    static std::string buildAddress(QuillgateClient& c, const std::string& address,
-                                    const nlohmann::json& parameters) {
-        return c.buildAddress(address, parameters);
+    static void reloadSDK(C& c) { c.reloadSDK(); }
+    static std::string buildAddress(C& c, const std::string& address, const nlohmann::json& query) {
+        return c.buildAddress(address, query);
     }
 };
 
@@ -112,6 +98,58 @@ struct RecordingHost : QuillgateCompletionHandlerDelegate,
     void autoLogInfailure() override { calls.push_back("autoLogInfailure()"); }
 
     std::vector<std::string> calls;
+};
+
+// The decoded query of an address, keyed by name; a repeated name fails the test.
+inline std::map<std::string, std::string> queryOf(const std::string& address) {
+    std::map<std::string, std::string> query;
+    for (const auto& [name, value] : platform::url::queryItems(address)) {
+        EXPECT_TRUE(query.emplace(name, value).second) << "repeated key " << name;
+    }
+    return query;
+}
+
+// A template screen as the client sees it, counting its refreshes.
+class StubTemplate : public ui::ViewController, public SharedData {
+  public:
+    explicit StubTemplate(Token token) : ViewController(token) {}
+    SharedCustomizePayWallModel customizePayWallModel() const override { return model_; }
+    void setCustomizePayWallModel(SharedCustomizePayWallModel m) override { model_ = m; }
+    std::weak_ptr<quillgateVCDelegate> delegate() const override { return delegate_; }
+    void setDelegate(std::weak_ptr<quillgateVCDelegate> d) override { delegate_ = d; }
+    void refreshData() override { ++refreshes; }
+    int refreshes = 0;
+
+  private:
+    SharedCustomizePayWallModel model_;
+    std::weak_ptr<quillgateVCDelegate> delegate_;
+};
+
+// The client on the local deployment as "client-1" (unless told otherwise), the events'
+// collection answered, a phone-sized parent view and a recording host.
+class ClientTest : public ::testing::Test {
+  protected:
+    explicit ClientTest(bool configured = true) {
+        if (configured) {
+            client().configure(Mode::local, "client-1");
+        }
+        tp.http().answer("/collect", 200, "{}");
+    }
+
+    static QuillgateClient& client() { return QuillgateClient::shared(); }
+
+    // Runs every answer and every step that is due now.
+    void settle() {
+        for (int i = 0; i < 20 && tp.loop().pendingCount() > 0; ++i) {
+            tp.runPending();
+        }
+    }
+
+    std::size_t sent(const std::string& part) { return tp.http().requestsTo(part).size(); }
+
+    TestPlatform tp;
+    std::shared_ptr<ui::View> parent = std::make_shared<ui::View>(ui::Rect(0, 0, 390, 800));
+    std::shared_ptr<RecordingHost> host = std::make_shared<RecordingHost>();
 };
 
 }  // namespace testing

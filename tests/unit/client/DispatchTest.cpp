@@ -1,32 +1,24 @@
-#include <cmath>
+#include <cstdio>
 #include <fstream>
 #include <functional>
 #include <set>
 #include <sstream>
 
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "quillgate/client/QuillgateClient.h"
 #include "quillgate/records/RecordCoding.h"
-#include "quillgate/screens/BannerViewController.h"
 #include "quillgate/screens/PopUpView.h"
 #include "quillgate/screens/QuillgateStatusVC.h"
 #include "quillgate/screens/SubscriptionViewController.h"
 #include "quillgate/service/Constants.h"
 #include "quillgate/ui/LayoutConstraint.h"
 #include "quillgate/ui/NibRegistry.h"
-#include "quillgate/ui/View.h"
-#include "quillgate/ui/ViewController.h"
-#include "tests/support/TestPlatform.h"
 #include "tests/unit/client/ClientTestSupport.h"
 
 namespace quillgate {
 namespace {
 
 using nlohmann::json;
-using testing::RecordingHost;
-using testing::TestPlatform;
 using Access = QuillgateClientTestAccess;
 
 const std::string kLetIn = "purchasedOrNot(accessTime: true)";
@@ -66,29 +58,26 @@ SharedCustomizePayWallModel wallConfig(const std::function<void(json&)>& edit = 
     return std::make_shared<const CustomizePayWallModel>(decoded<CustomizePayWallModel>(body));
 }
 
-SharedCustomizePayWallModel templateNamed(const std::string& name) {
-    return wallConfig([&](json& c) { mobileOf(c)["templateId"]["name"] = name; });
+// The same with the value at `pointer` under its mobile configuration set, or removed when
+// absent.
+SharedCustomizePayWallModel wallWith(const std::string& pointer, std::optional<json> value) {
+    return wallConfig([&](json& c) {
+        const json::json_pointer at(pointer);
+        if (value) {
+            mobileOf(c)[at] = *value;
+        } else {
+            mobileOf(c)[at.parent_pointer()].erase(at.back());
+        }
+    });
 }
 
-// A template screen that counts its refreshes.
-class CountingTemplate : public ui::ViewController, public SharedData {
-  public:
-    explicit CountingTemplate(Token token) : ViewController(token) {}
-    SharedCustomizePayWallModel customizePayWallModel() const override { return nullptr; }
-    void setCustomizePayWallModel(SharedCustomizePayWallModel) override {}
-    std::weak_ptr<quillgateVCDelegate> delegate() const override { return {}; }
-    void setDelegate(std::weak_ptr<quillgateVCDelegate>) override {}
-    void refreshData() override { ++refreshes; }
-    int refreshes = 0;
-};
+SharedCustomizePayWallModel templateNamed(const std::string& name) {
+    return wallWith("/templateId/name", name);
+}
 
-class DispatchTest : public ::testing::Test {
+class DispatchTest : public testing::ClientTest {
   protected:
-    DispatchTest() {
-        client().configure(Mode::local, "client-1");
-        tp.http().answer("/collect", 200, "{}");
-        setUpArticle();
-    }
+    DispatchTest() { setUpArticle(); }
 
     // The article of these tests: locked, with the journey of the test data, in `parent`.
     void setUpArticle() {
@@ -109,14 +98,6 @@ class DispatchTest : public ::testing::Test {
         setUpArticle();
     }
 
-    static QuillgateClient& client() { return QuillgateClient::shared(); }
-
-    void settle() {
-        for (int i = 0; i < 20 && tp.loop().pendingCount() > 0; ++i) {
-            tp.runPending();
-        }
-    }
-
     // The template or banner on show, as a controller.
     static std::shared_ptr<ui::ViewController> wallScreen() {
         return std::dynamic_pointer_cast<ui::ViewController>(client().customPayWallVC);
@@ -124,6 +105,9 @@ class DispatchTest : public ::testing::Test {
     static std::string wallClass() {
         auto screen = wallScreen();
         return screen ? screen->className() : "none";
+    }
+    static bool defaultWallShown() {
+        return std::dynamic_pointer_cast<QuillgateStatusVC>(client().blockerVC) != nullptr;
     }
 
     // The journey of the test data without one of its actions.
@@ -164,10 +148,6 @@ class DispatchTest : public ::testing::Test {
         }
         return ::testing::AssertionSuccess();
     }
-
-    TestPlatform tp;
-    std::shared_ptr<ui::View> parent = std::make_shared<ui::View>(ui::Rect(0, 0, 390, 800));
-    std::shared_ptr<RecordingHost> host = std::make_shared<RecordingHost>();
 };
 
 // ---- Routing -------------------------------------------------------------------------------
@@ -218,14 +198,13 @@ TEST_F(DispatchTest, EveryTemplateNameReachesItsScreenInAnyCase) {
         EXPECT_EQ(c.paywallType, "PAYWALL");
         EXPECT_EQ(c.numOfCta, "3");
     }
-}
 
-TEST_F(DispatchTest, TheBrandWallIsChosenByTheRecordsNameOverTheTemplates) {
-    auto model = wallConfig([](json& c) { c["data"]["name"] = "Dont_Edit_This_Wall_App"; });
-    Access::presentCustomizePayWall(client(), model);
+    // The brand wall is chosen by the record's own name over its template's.
+    freshArticle();
+    Access::presentCustomizePayWall(
+        c, wallConfig([](json& b) { b["data"]["name"] = "Dont_Edit_This_Wall_App"; }));
     EXPECT_EQ(wallClass(), "ZelViewController");
-    EXPECT_EQ(client().paywallName, "Dont_Edit_This_Wall_App");
-    EXPECT_TRUE(tp.printed("ZELPAYWALL"));
+    EXPECT_EQ(c.paywallName, "Dont_Edit_This_Wall_App");
 }
 
 TEST_F(DispatchTest, DisplayTypeIsReadExactlyAndDefaultsToInArticle) {
@@ -245,14 +224,8 @@ TEST_F(DispatchTest, DisplayTypeIsReadExactlyAndDefaultsToInArticle) {
         tp.clearLines();
         client().parentView = std::make_shared<ui::View>();
         client().paywallDisplayType = PAYWALLTYPE::FULLPAGE;
-        Access::presentCustomizePayWall(client(), wallConfig([&](json& c) {
-                                            auto& wall = mobileOf(c)["templateId"];
-                                            if (row.displayType) {
-                                                wall["displayType"] = *row.displayType;
-                                            } else {
-                                                wall.erase("displayType");
-                                            }
-                                        }));
+        Access::presentCustomizePayWall(client(),
+                                        wallWith("/templateId/displayType", row.displayType));
         EXPECT_EQ(client().paywallDisplayType, row.expected);
         EXPECT_TRUE(tp.printed(row.line));
     }
@@ -273,9 +246,8 @@ TEST_F(DispatchTest, MissingWallActionTemplateTypeOrCtaStopsWithItsLine) {
     expectNothingAdded();
 
     c.userJourneyModel = decoded<UserJourneyModel>(recordBody("user_journey.json"));
-    for (const auto& model : {SharedCustomizePayWallModel{}, wallConfig([](json& b) {
-                                  mobileOf(b)["templateId"].erase("paywallType");
-                              })}) {
+    for (const auto& model :
+         {SharedCustomizePayWallModel{}, wallWith("/templateId/paywallType", std::nullopt)}) {
         tp.clearLines();
         Access::presentCustomizePayWall(c, model);
         EXPECT_EQ(tp.lines(), std::vector<std::string>{"No paywallType found"});
@@ -285,8 +257,7 @@ TEST_F(DispatchTest, MissingWallActionTemplateTypeOrCtaStopsWithItsLine) {
     }
 
     tp.clearLines();
-    Access::presentCustomizePayWall(
-        c, wallConfig([](json& b) { mobileOf(b)["templateId"].erase("number_of_cta"); }));
+    Access::presentCustomizePayWall(c, wallWith("/templateId/number_of_cta", std::nullopt));
     EXPECT_EQ(tp.lines(), (std::vector<std::string>{"Showing in-article paywall", "No CTA found"}));
     EXPECT_EQ(c.paywallType, "PAYWALL");
     EXPECT_EQ(c.numOfCta, "");
@@ -295,18 +266,7 @@ TEST_F(DispatchTest, MissingWallActionTemplateTypeOrCtaStopsWithItsLine) {
     EXPECT_FALSE(c.blockerVC);
 }
 
-TEST_F(DispatchTest, AnUnknownTemplateFallsToTheDefaultPaywall) {
-    Access::presentCustomizePayWall(client(), templateNamed("9Z"));
-    EXPECT_TRUE(tp.printed("9Z::Default Paywall"));
-    EXPECT_FALSE(client().customPayWallVC);
-    EXPECT_TRUE(parent->subviews().empty()) << "the default gate waits for the page load";
-
-    tp.advance(2);  // the wall action's page-load condition
-    ASSERT_TRUE(std::dynamic_pointer_cast<QuillgateStatusVC>(client().blockerVC));
-    EXPECT_TRUE(isWallIn(client().blockerVC->viewIfLoaded(), parent));
-}
-
-TEST_F(DispatchTest, TimerTemplatesNeedADeadlineStillAhead) {
+TEST_F(DispatchTest, TimerTemplatesNeedADeadlineStillAheadAndUnknownNamesFallBack) {
     auto withTimer = [](std::optional<std::string> time) {
         return wallConfig([&](json& c) {
             mobileOf(c)["templateId"]["name"] = "13A";
@@ -326,16 +286,22 @@ TEST_F(DispatchTest, TimerTemplatesNeedADeadlineStillAhead) {
     EXPECT_TRUE(parent->subviews().empty());
     EXPECT_FALSE(c.blockerVC || c.customPayWallVC);
 
-    // Passed, blank or absent: the default paywall.
-    for (const auto& time : std::vector<std::optional<std::string>>{
-             "Sat Jan 01 2000 00:00:00 GMT+0000", " ", std::nullopt}) {
-        SCOPED_TRACE(time.value_or("absent"));
+    // Passed, blank or absent, or a name no screen has: the default paywall, once the wall
+    // action's page-load condition is met.
+    const SharedCustomizePayWallModel models[] = {withTimer("Sat Jan 01 2000 00:00:00 GMT+0000"),
+                                                  withTimer(" "), withTimer(std::nullopt),
+                                                  templateNamed("9Z")};
+    for (const auto& model : models) {
+        SCOPED_TRACE(&model - models);
         freshArticle();
-        Access::presentCustomizePayWall(c, withTimer(time));
+        Access::presentCustomizePayWall(c, model);
         EXPECT_FALSE(c.customPayWallVC);
+        EXPECT_TRUE(parent->subviews().empty());
         tp.advance(2);
-        EXPECT_TRUE(std::dynamic_pointer_cast<QuillgateStatusVC>(c.blockerVC));
+        ASSERT_TRUE(defaultWallShown());
+        EXPECT_TRUE(isWallIn(c.blockerVC->viewIfLoaded(), parent));
     }
+    EXPECT_TRUE(tp.printed("9Z::Default Paywall"));
 }
 
 TEST_F(DispatchTest, ASecondPresentationOverAWallRefreshesItInstead) {
@@ -349,99 +315,75 @@ TEST_F(DispatchTest, ASecondPresentationOverAWallRefreshesItInstead) {
     EXPECT_EQ(parent->subviews().size(), 1u);
     EXPECT_EQ(tp.countPrinted(kPaywallView), viewsBefore + 1);
     EXPECT_EQ(tp.lines().back(), "reloadSDK");
-}
 
-TEST_F(DispatchTest, ReloadRefreshesOnlyATemplateOfThePaywallEntry) {
-    auto screen = ui::ViewController::create<CountingTemplate>();
-    client().customPayWallVC = screen;
-
+    // The reload refreshes only a template of the paywall entry.
+    auto stub = ui::ViewController::create<testing::StubTemplate>();
+    client().customPayWallVC = stub;
     Access::reloadSDK(client());
-    EXPECT_EQ(screen->refreshes, 1);
-    EXPECT_EQ(tp.countPrinted(kPaywallView), 1u);
-
     client().screenType = ScreenType::subPassScreen;
     Access::reloadSDK(client());
     client().screenType = ScreenType::paywallScreen;
     client().customPayWallVC.reset();
     Access::reloadSDK(client());
-    EXPECT_EQ(screen->refreshes, 1);
-    EXPECT_EQ(tp.countPrinted("reloadSDK"), 1u);
+    EXPECT_EQ(stub->refreshes, 1);
+    EXPECT_EQ(tp.countPrinted("reloadSDK"), 2u);
+    EXPECT_EQ(tp.countPrinted(kPaywallView), viewsBefore + 2);
 }
 
 // ---- The configuration answer ----------------------------------------------------------------
 
-TEST_F(DispatchTest, ConfigurationIsAskedForTheWallActionAndShownAfterItsGate) {
-    tp.http().answer("/paywall/paywall-config/", 200, recordBody("customize_paywall.json").dump());
-    client().isNeedToShowPaywall = false;
-
-    Access::loadPaywallConfig(client());
-    auto requests = tp.http().requestsTo("/paywall/paywall-config/client-1");
-    ASSERT_EQ(requests.size(), 1u);
-    EXPECT_NE(requests.front().url.find("paywallId=" + kWallActionId), std::string::npos);
-    settle();
-
-    EXPECT_TRUE(client().isNeedToShowPaywall) << "set again once the fonts are there";
-    EXPECT_FALSE(client().isDefaultPaywall);
-    ASSERT_TRUE(client().customizePayWallModel);
-    EXPECT_EQ(client().customizePayWallModel->message, "Paywall config fetched successfully");
-
-    tp.advance(2);
-    EXPECT_EQ(wallClass(), "CTA3ViewController");
-    EXPECT_TRUE(isWallIn(wallScreen()->viewIfLoaded(), parent));
-}
-
-TEST_F(DispatchTest, ConfigurationIsNotAskedWithoutAWallAction) {
-    dropFromJourney("actionId");
-    Access::loadPaywallConfig(client());
-    EXPECT_TRUE(tp.http().requestsTo("/paywall/").empty());
-}
-
-TEST_F(DispatchTest, ConfigurationFallbacksReachTheDefaultPaywall) {
+TEST_F(DispatchTest, ConfigurationAnswerChoosesTheTemplateTheDefaultPaywallOrNothing) {
+    const std::string config = recordBody("customize_paywall.json").dump();
     json fallback = recordBody("customize_paywall.json");
     fallback["message"] = "Fallback To Default Paywall!";
     json untyped = recordBody("customize_paywall.json");
     mobileOf(untyped)["json"]["styleForText"].erase("typography");
     struct Row {
-        std::string what;
         long status;
         std::string body;
+        std::string screen;  // after the wall action's page-load condition
     };
     const std::vector<Row> rows = {
-        {"the record says so", 200, fallback.dump()},
-        {"the service fails", 500, "{}"},
-        {"no typography", 201, untyped.dump()},
+        {200, config, "CTA3ViewController"},
+        {200, fallback.dump(), "QuillgateStatusVC"},
+        {500, "{}", "QuillgateStatusVC"},
+        {201, untyped.dump(), "QuillgateStatusVC"},
+        {400, recordBody("api_response.json").dump(), ""},
+        {404, "{}", ""},
+        {200, "[]", ""},
     };
     auto& c = client();
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.status);
+        SCOPED_TRACE(row.body.substr(0, 40));
         freshArticle();
+        const bool fetched = row.screen == "CTA3ViewController";
+        c.isNeedToShowPaywall = !fetched;  // closed for the template: its answer opens it again
         tp.http().clearRules();
         tp.http().answer("/paywall/paywall-config/", row.status, row.body);
 
         Access::loadPaywallConfig(c);
+        EXPECT_EQ(testing::queryOf(tp.http().requests().back().url)["paywallId"], kWallActionId);
         settle();
-        EXPECT_FALSE(c.customizePayWallModel) << "the configuration stays as it was";
-        tp.advance(2);
-        EXPECT_TRUE(std::dynamic_pointer_cast<QuillgateStatusVC>(c.blockerVC));
-        EXPECT_FALSE(c.customPayWallVC);
+        EXPECT_EQ(bool(c.customizePayWallModel), fetched) << "kept only when it is shown";
+        EXPECT_TRUE(c.isNeedToShowPaywall);
+        tp.advance(10);
+        EXPECT_FALSE(wallScreen() && c.blockerVC);
+        const auto shown = wallScreen() ? wallScreen() : c.blockerVC;
+        EXPECT_EQ(shown ? shown->className() : "", row.screen);
+        if (shown) {
+            EXPECT_TRUE(isWallIn(shown->viewIfLoaded(), parent));
+        } else {
+            EXPECT_TRUE(parent->subviews().empty());
+        }
     }
     EXPECT_EQ(tp.countPrinted("default paywall"), 1u);
-}
-
-TEST_F(DispatchTest, ConfigurationRefusedOrUnknownOrUnreadableShowsNothing) {
-    const std::vector<std::pair<long, std::string>> answers = {
-        {400, recordBody("api_response.json").dump()}, {404, "{}"}, {200, "[]"}};
-    for (const auto& [status, body] : answers) {
-        SCOPED_TRACE(status);
-        tp.http().clearRules();
-        tp.http().answer("/paywall/paywall-config/", status, body);
-        Access::loadPaywallConfig(client());
-        settle();
-        tp.advance(10);
-        EXPECT_FALSE(client().blockerVC || client().customPayWallVC);
-        EXPECT_TRUE(parent->subviews().empty());
-    }
     EXPECT_TRUE(tp.printed("wrongClientOrContentID"));
+
+    // Without a wall action nothing is asked.
+    dropFromJourney("actionId");
+    Access::loadPaywallConfig(c);
+    EXPECT_EQ(sent("/paywall/"), rows.size());
 }
 
 // ---- The meter banner ---------------------------------------------------------------------
@@ -449,7 +391,7 @@ TEST_F(DispatchTest, ConfigurationRefusedOrUnknownOrUnreadableShowsNothing) {
 TEST_F(DispatchTest, BannerAnswerLetsTheReaderInAndShowsTheBanner) {
     tp.http().answer("/metering/banner/", 200, recordBody("meter_model.json").dump());
     Access::loadMeterBanner(client());
-    EXPECT_EQ(tp.http().requestsTo("/metering/banner/" + kMeterActionId).size(), 1u);
+    EXPECT_EQ(sent("/metering/banner/" + kMeterActionId), 1u);
     EXPECT_EQ(client().paywallId, kMeterActionId);
     settle();
 
@@ -462,50 +404,51 @@ TEST_F(DispatchTest, BannerAnswerLetsTheReaderInAndShowsTheBanner) {
     EXPECT_TRUE(isWallIn(wallScreen()->viewIfLoaded(), parent));
 }
 
-TEST_F(DispatchTest, AFailedBannerCallStillLetsTheReaderIn) {
-    const std::vector<std::tuple<long, std::string, std::string>> answers = {
-        {500, "{}", "someThingWentWrong"},
-        {404, "{}", "wrongClientOrContentID"},
-        {400, "not json", "decodingError"},
-        {400, recordBody("api_response.json").dump(), ""},
+TEST_F(DispatchTest, AFailedBannerCallStillLetsTheReaderInButNoAnswerOrRecordDoesNot) {
+    struct Row {
+        long status;  // 0: no answer at all
+        std::string body;
+        std::string line;
+        bool letIn;
     };
-    for (const auto& [status, body, line] : answers) {
-        SCOPED_TRACE(status);
+    const std::vector<Row> rows = {
+        {500, "{}", "someThingWentWrong", true},
+        {404, "{}", "wrongClientOrContentID", true},
+        {400, "not json", "decodingError", true},
+        {400, recordBody("api_response.json").dump(), "", true},
+        {0, "", "", false},
+        {200, R"({"data": 5})", "", false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.status);
         host->calls.clear();
         tp.clearLines();
         tp.http().clearRules();
-        tp.http().answer("/metering/banner/", status, body);
+        if (row.status == 0) {
+            tp.http().fail("/metering/banner/");
+        } else {
+            tp.http().answer("/metering/banner/", row.status, row.body);
+        }
         Access::loadMeterBanner(client());
         settle();
-        EXPECT_EQ(host->calls, std::vector<std::string>{kLetIn});
-        if (!line.empty()) {
-            EXPECT_TRUE(tp.printed(line));
+        EXPECT_EQ(host->calls,
+                  row.letIn ? std::vector<std::string>{kLetIn} : std::vector<std::string>{});
+        if (!row.line.empty()) {
+            EXPECT_TRUE(tp.printed(row.line));
         }
         EXPECT_FALSE(client().meterModel);
     }
-}
-
-TEST_F(DispatchTest, BannerWithoutAnAnswerOrARecordTellsTheHostNothing) {
-    tp.http().fail("/metering/banner/");
-    Access::loadMeterBanner(client());
-    settle();
-    tp.http().clearRules();
-    tp.http().answer("/metering/banner/", 200, R"({"data": 5})");
-    Access::loadMeterBanner(client());
-    settle();
-    EXPECT_TRUE(host->calls.empty());
-    EXPECT_FALSE(client().meterModel);
 
     dropFromJourney("meteringAction");
     Access::loadMeterBanner(client());
-    EXPECT_EQ(tp.http().requestsTo("/metering/banner/").size(), 2u);
+    EXPECT_EQ(sent("/metering/banner/"), rows.size()) << "no metering action: no request";
 }
 
 TEST_F(DispatchTest, PresentingTheBannerWithoutItsRecordFallsToTheDefaultPaywall) {
     Access::presentMeterBanner(client());
     EXPECT_FALSE(client().customPayWallVC);
     tp.advance(2);
-    EXPECT_TRUE(std::dynamic_pointer_cast<QuillgateStatusVC>(client().blockerVC));
+    EXPECT_TRUE(defaultWallShown());
 
     freshArticle();
     client().meterModel = decoded<MeterModel>(recordBody("meter_model.json"));
@@ -526,6 +469,19 @@ TEST_F(DispatchTest, PresentingTheBannerWithoutItsRecordFallsToTheDefaultPaywall
 
 TEST_F(DispatchTest, DefaultPaywallTakesTheArticleAndTheHostsChoices) {
     auto& c = client();
+    c.parentView.reset();
+    Access::presentDefaultPaywall(c);
+    EXPECT_FALSE(c.blockerVC) << "no parent view, no wall";
+
+    // Without content details: the default balance and the service's own login.
+    c.parentView = parent;
+    Access::presentDefaultPaywall(c);
+    auto screen = std::dynamic_pointer_cast<QuillgateStatusVC>(c.blockerVC);
+    ASSERT_TRUE(screen);
+    EXPECT_EQ(screen->userBalance, "0");
+    EXPECT_TRUE(screen->toShowLogInWithOrvelant);
+
+    freshArticle();
     c.contentDetailsModel = decoded<ContentDetails>(recordBody("content_details.json"));
     c.accentColor = ui::Color::blue();
     c.subscriberBtnDelegate = host;
@@ -533,7 +489,7 @@ TEST_F(DispatchTest, DefaultPaywallTakesTheArticleAndTheHostsChoices) {
 
     Access::presentDefaultPaywall(c);
 
-    auto screen = std::dynamic_pointer_cast<QuillgateStatusVC>(c.blockerVC);
+    screen = std::dynamic_pointer_cast<QuillgateStatusVC>(c.blockerVC);
     ASSERT_TRUE(screen);
     EXPECT_TRUE(isWallIn(screen->viewIfLoaded(), parent));
     EXPECT_EQ(screen->clientID, "client-1");
@@ -541,7 +497,6 @@ TEST_F(DispatchTest, DefaultPaywallTakesTheArticleAndTheHostsChoices) {
     EXPECT_EQ(screen->contentDetails, c.contentDetailsModel);
     EXPECT_EQ(screen->delegate.lock().get(), static_cast<quillgateVCDelegate*>(&c));
     EXPECT_EQ(screen->accentColor, ui::Color::blue());
-    EXPECT_EQ(screen->newAccentColor, ui::Color::rgb255(60, 70, 92));
     EXPECT_TRUE(screen->toShowSubscriberView);
     EXPECT_FALSE(screen->toShowLogInBtn);
     EXPECT_FALSE(screen->toShowLogInWithOrvelant);
@@ -551,19 +506,6 @@ TEST_F(DispatchTest, DefaultPaywallTakesTheArticleAndTheHostsChoices) {
     Access::presentDefaultPaywall(c);
     EXPECT_EQ(c.blockerVC, screen);
     EXPECT_EQ(parent->subviews().size(), 1u);
-}
-
-TEST_F(DispatchTest, DefaultPaywallWithoutContentShowsTheDefaultBalance) {
-    client().parentView.reset();
-    Access::presentDefaultPaywall(client());
-    EXPECT_FALSE(client().blockerVC);
-
-    client().parentView = parent;
-    Access::presentDefaultPaywall(client());
-    auto screen = std::dynamic_pointer_cast<QuillgateStatusVC>(client().blockerVC);
-    ASSERT_TRUE(screen);
-    EXPECT_EQ(screen->userBalance, "0");
-    EXPECT_TRUE(screen->toShowLogInWithOrvelant);
 }
 
 TEST_F(DispatchTest, SubscriptionScreenShowsItsCloseButtonUnlessTheHostSaidNo) {
@@ -602,7 +544,7 @@ TEST_F(DispatchTest, SubscriptionScreenShowsItsCloseButtonUnlessTheHostSaidNo) {
 
 // ---- Closing -------------------------------------------------------------------------------
 
-TEST_F(DispatchTest, CloseTakesTheTemplateOrElseTheDefaultPaywallAway) {
+TEST_F(DispatchTest, CloseTakesTheTemplateOrElseTheDefaultPaywallAwayButNotThePlans) {
     auto& c = client();
     Access::presentCustomizePayWall(c, templateNamed("3A"));
     c.closeScreens();
@@ -616,16 +558,12 @@ TEST_F(DispatchTest, CloseTakesTheTemplateOrElseTheDefaultPaywallAway) {
     c.closeScreens();
     ASSERT_EQ(parent->subviews().size(), 1u);
     EXPECT_EQ(parent->subviews().front(), wallScreen()->view());
-}
 
-TEST_F(DispatchTest, CloseOnTheSubscriptionEntryLeavesThePlansScreen) {
-    auto& c = client();
+    // On the subscription entry the plans screen stays.
+    freshArticle();
     c.screenType = ScreenType::subPassScreen;
     Access::presentSubscriptionScreen(
         c, decoded<EmbededSubscription>(recordBody("embeded_subscription.json")));
-    c.closeScreens();
-    EXPECT_EQ(parent->subviews().size(), 1u);
-
     Access::presentDefaultPaywall(c);
     c.closeScreens();
     ASSERT_EQ(parent->subviews().size(), 1u);
@@ -636,28 +574,27 @@ TEST_F(DispatchTest, CloseOnTheSubscriptionEntryLeavesThePlansScreen) {
 
 class PopUpTest : public DispatchTest {
   protected:
-    static ::testing::AssertionResult nearlyEqual(ui::Rect a, ui::Rect b) {
-        const double d = std::abs(a.origin.x - b.origin.x) + std::abs(a.origin.y - b.origin.y) +
-                         std::abs(a.size.width - b.size.width) +
-                         std::abs(a.size.height - b.size.height);
-        if (d < 1e-9) {
-            return ::testing::AssertionSuccess();
-        }
-        return ::testing::AssertionFailure() << "(" << a.origin.x << ", " << a.origin.y << ", "
-                                             << a.size.width << ", " << a.size.height << ")";
+    // Asks for a popup of `type` at `position` over a new parent view, after `delay` seconds.
+    void showPopUp(const std::string& type, std::optional<std::string> position, double delay) {
+        client().popUpView.reset();
+        client().isNeedToShowPopUp = true;
+        client().parentView = parent = std::make_shared<ui::View>(ui::Rect(0, 0, 390, 800));
+        client().popUpModel = PopUpModel{};
+        client().popUpModel->type = type;
+        client().popUpModel->position = position;
+        Access::showPopUp(client(), delay);
     }
 
-    void withPopup(const std::string& type, const std::string& position) {
-        PopUpModel model;
-        model.type = type;
-        model.position = position;
-        client().popUpModel = model;
+    static std::string text(ui::Rect r) {
+        char out[96];
+        std::snprintf(out, sizeof out, "(%.3f, %.3f, %.3f, %.3f)", r.origin.x, r.origin.y,
+                      r.size.width, r.size.height);
+        return out;
     }
 };
 
-TEST_F(PopUpTest, AMobilePopupComesAfterItsDelayPlacedByPosition) {
-    withPopup("Mobile", "3");
-    Access::showPopUp(client(), 3);
+TEST_F(PopUpTest, AMobilePopupComesAfterItsDelayOnceOnly) {
+    showPopUp("Mobile", "3", 3);
     tp.advance(2.9);
     EXPECT_FALSE(client().popUpView);
 
@@ -669,70 +606,54 @@ TEST_F(PopUpTest, AMobilePopupComesAfterItsDelayPlacedByPosition) {
     EXPECT_FALSE(client().isNeedToShowPopUp);
     EXPECT_TRUE(tp.printed("~~~~~Event Name = POPUPVIEW~~~~~"));
     EXPECT_TRUE(tp.printed("showPopUp()"));
-    // 30 points in from both sides, a quarter-and-a-bit as high as wide, 30 above the bottom.
-    EXPECT_TRUE(nearlyEqual(popup->frame(), ui::Rect(30, 800 - 30 - 88, 330, 88)));
 
     Access::showPopUp(client(), 0);
     tp.runPending();
     EXPECT_EQ(parent->subviews().size(), 1u) << "one popup at a time";
 }
 
-TEST_F(PopUpTest, PositionsPlaceThePopupAndOthersLeaveItWhereItIs) {
+TEST_F(PopUpTest, PositionsPlaceThePopupOthersLeaveItAndOnlyPhonesGetOne) {
     struct Row {
-        std::string position;
-        std::size_t constraints;
+        std::string type;
+        std::optional<std::string> position;
+        std::size_t constraints;  // -1: no popup at all
         ui::Rect frame;
     };
+    const double tall = 1.7027027027027026 * 195;
     const std::vector<Row> rows = {
-        {"1", 4, ui::Rect(30, 100, 330, 88)},
-        {"2", 4, ui::Rect(30, (800 - 440) / 2.0, 330, 440)},
-        {"5", 4,
-         ui::Rect(390 - 15 - 195, 800 - (1.7027027027027026 * 195 - 55) - 1.7027027027027026 * 195,
-                  195, 1.7027027027027026 * 195)},
-        {"CENTER", 0, ui::Rect()},
+        {"mobile", "1", 4, ui::Rect(30, 100, 330, 88)},
+        {"mobile", "2", 4, ui::Rect(30, (800 - 440) / 2.0, 330, 440)},
+        // 30 points in from both sides, a quarter-and-a-bit as high as wide, 30 above the bottom.
+        {"mobile", "3", 4, ui::Rect(30, 800 - 30 - 88, 330, 88)},
+        {"mobile", "5", 4, ui::Rect(390 - 15 - 195, 800 - (tall - 55) - tall, 195, tall)},
+        {"mobile", "CENTER", 0, ui::Rect()},
+        {"WEB", "3", std::size_t(-1), {}},
+        {"mobile", std::nullopt, std::size_t(-1), {}},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.position);
-        client().popUpView.reset();
-        client().parentView = parent = std::make_shared<ui::View>(ui::Rect(0, 0, 390, 800));
-        withPopup("mobile", row.position);
-        Access::showPopUp(client(), 0);
+        SCOPED_TRACE(row.type + " " + row.position.value_or("absent"));
+        showPopUp(row.type, row.position, 0);
         tp.runPending();
+        if (row.constraints == std::size_t(-1)) {
+            EXPECT_FALSE(client().popUpView);
+            EXPECT_TRUE(client().isNeedToShowPopUp);
+            EXPECT_TRUE(parent->subviews().empty());
+            continue;
+        }
         ASSERT_TRUE(client().popUpView);
         EXPECT_EQ(parent->constraints().size() + client().popUpView->constraints().size(),
                   row.constraints);
-        EXPECT_TRUE(nearlyEqual(client().popUpView->frame(), row.frame));
+        EXPECT_EQ(text(client().popUpView->frame()), text(row.frame));
     }
 }
 
-TEST_F(PopUpTest, APopupNotMeantForPhonesOrWithoutPositionIsDropped) {
-    withPopup("WEB", "3");
-    Access::showPopUp(client(), 0);
-    client().popUpModel->position.reset();
-    client().popUpModel->type = "mobile";
-    Access::showPopUp(client(), 0);
-    tp.runPending();
-    EXPECT_FALSE(client().popUpView);
-    EXPECT_TRUE(client().isNeedToShowPopUp);
-    EXPECT_TRUE(parent->subviews().empty());
-}
-
 TEST_F(PopUpTest, AMissingOrWrongPopupNibEndsTheProgram) {
-    withPopup("mobile", "3");
+    auto& nibs = ui::NibRegistry::shared();
+    EXPECT_DEATH((nibs.removeNib("PopUpView"), showPopUp("mobile", "3", 0), tp.runPending()),
+                 "Could not load view from nib file\\.");
     EXPECT_DEATH(
-        {
-            ui::NibRegistry::shared().removeNib("PopUpView");
-            Access::showPopUp(client(), 0);
-            tp.runPending();
-        },
-        "Could not load view from nib file\\.");
-    EXPECT_DEATH(
-        {
-            ui::NibRegistry::shared().registerNib(
-                "PopUpView", [](ui::Responder*) { return std::make_shared<ui::View>(); });
-            Access::showPopUp(client(), 0);
-            tp.runPending();
-        },
+        (nibs.registerNib("PopUpView", [](ui::Responder*) { return std::make_shared<ui::View>(); }),
+         showPopUp("mobile", "3", 0), tp.runPending()),
         "Could not load view from nib file\\.");
 }
 
