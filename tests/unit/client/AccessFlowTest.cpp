@@ -1,14 +1,9 @@
 #include <chrono>
 
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "quillgate/client/QuillgateClient.h"
 #include "quillgate/records/RecordCoding.h"
 #include "quillgate/service/Constants.h"
-#include "quillgate/ui/View.h"
-#include "quillgate/ui/ViewController.h"
-#include "tests/support/TestPlatform.h"
 #include "tests/unit/client/ClientTestSupport.h"
 
 namespace quillgate {
@@ -83,6 +78,7 @@ TEST_F(AccessFlowTest, JourneyCarriesItsSixteenKeysAndTheBestKnownUserId) {
     showPayWall();
     EXPECT_EQ(queryTo("/journey")["userId"], "reader-from-session");
     client().setClientUserId("host-reader");
+    EXPECT_EQ(tp.defaults().string("clientUserId"), "host-reader");
     showPayWall();
     EXPECT_EQ(queryTo("/journey")["userId"], "host-reader");
 }
@@ -211,47 +207,43 @@ TEST_F(AccessFlowTest, PopupOfTheJourneyIsFetchedAndTheUnlockedStatusSetLast) {
 
 // ---- Login challenge -----------------------------------------------------------------------
 
-TEST_F(AccessFlowTest, ChallengeThatYieldsASessionRunsTheJourneyOnceMore) {
-    Constants::setLoginChallenge("challenge-1");
-    answer({{"/journey", 200, R"({"isPremium":true})"},
-            {"/login-challenge/challenge-1", 200,
-             R"({"sessionId":"session-new","userId":"reader-5"})"},
-            {"/content", 404, "{}"}});
-
-    showPayWall();
-    settle();
-
-    EXPECT_EQ(sent("/journey"), 2u);
-    EXPECT_EQ(sent("/login-challenge/challenge-1"), 1u);
-    EXPECT_TRUE(tp.printed("sessionID found"));
-    EXPECT_TRUE(tp.printed("trackhandleLoginChallenge()::handleUserJourney"));
-    EXPECT_EQ(Constants::sessionID(), "session-new");
-    EXPECT_EQ(Constants::loginChallenge(), std::nullopt);
-    EXPECT_EQ(Constants::userID(), "reader-5");
-    // The second round finds no challenge, so the content follows at once.
-    EXPECT_EQ(sent("/content"), 1u);
-    EXPECT_EQ(host->calls, (std::vector<std::string>{kLocked, kLocked}));
-    EXPECT_EQ(client().apiCallCount, 1);
-}
-
-TEST_F(AccessFlowTest, ChallengeWithoutASessionGoesOnToContentUnlessRefused) {
+TEST_F(AccessFlowTest, ChallengeGoesOnToContentUntilItYieldsASession) {
+    struct Case {
+        long status;
+        std::string body;
+        std::size_t journeys, contents;
+        const char* line;
+    };
     // No session in the answer, or an odd status: kept, and the content follows. 404: stop.
-    for (long status : {200L, 502L, 404L}) {
-        SCOPED_TRACE(status);
+    // A session: stored, the challenge dropped, and the journey runs again, finding none.
+    const Case cases[] = {
+        {200, R"({"loginChallengeId":"challenge-2"})", 1, 1, nullptr},
+        {502, "{}", 1, 1, nullptr},
+        {404, "{}", 1, 0, "wrongClientOrContentID"},
+        {200, R"({"sessionId":"session-new","userId":"reader-5"})", 2, 1, "sessionID found"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.body);
         Constants::setLoginChallenge("challenge-2");
         answer({{"/journey", 200, "{}"},
-                {"/login-challenge/", status, R"({"loginChallengeId":"challenge-2"})"},
+                {"/login-challenge/challenge-2", c.status, c.body},
                 {"/content", 200, "{}"}});
         const auto journeys = sent("/journey");
         const auto contents = sent("/content");
         showPayWall();
         settle();
-        EXPECT_EQ(sent("/journey") - journeys, 1u);
-        EXPECT_EQ(sent("/content") - contents, status == 404 ? 0u : 1u);
-        EXPECT_EQ(tp.printed("wrongClientOrContentID"), status == 404);
-        EXPECT_EQ(Constants::loginChallenge(), "challenge-2") << "kept until it yields a session";
-        EXPECT_EQ(client().apiCallCount, 0);
+        EXPECT_EQ(sent("/journey") - journeys, c.journeys);
+        EXPECT_EQ(sent("/content") - contents, c.contents);
+        if (c.line) {
+            EXPECT_TRUE(tp.printed(c.line));
+        }
+        EXPECT_EQ(host->calls, std::vector<std::string>(c.journeys, kLocked));
+        EXPECT_EQ(Constants::loginChallenge().has_value(), c.journeys == 1);
+        EXPECT_EQ(client().apiCallCount, c.journeys - 1);
     }
+    EXPECT_TRUE(tp.printed("trackhandleLoginChallenge()::handleUserJourney"));
+    EXPECT_EQ(Constants::sessionID(), "session-new");
+    EXPECT_EQ(Constants::userID(), "reader-5");
 }
 
 // ---- Content -------------------------------------------------------------------------------
@@ -284,9 +276,17 @@ TEST_F(AccessFlowTest, ContentLeadsToTheBannerUnderAPageViewMeterElseToTheConfig
 
 // ---- The subscription entry ----------------------------------------------------------------
 
-TEST_F(AccessFlowTest, SubscriptionEntrySignatureLetsTheReaderInAndErrorFetchesThePlans) {
+TEST_F(AccessFlowTest, SubscriptionEntryRedeemsAStoredChallengeThenReadsTheAccessAnswer) {
     answer({{"/subscription/access", 200, R"({"signature":"sig-1"})"}});
     initSubscriptions();
+    // The entry keeps neither title nor address, takes no event delegate, and shows the close
+    // button as told.
+    EXPECT_EQ(client().screenType, ScreenType::subPassScreen);
+    EXPECT_TRUE(client().eventParamsDelegate.expired());
+    const auto lines = tp.lines();
+    const auto shown = std::find(lines.begin(), lines.end(), "true");
+    ASSERT_NE(shown, lines.end());
+    EXPECT_EQ(*(shown + 1), "Optional(true)");
     settle();
     EXPECT_EQ(queryTo("/subscription/access"), (Query{{"clientId", "client-1"},
                                                       {"clientContentId", "article-1"},
@@ -296,21 +296,8 @@ TEST_F(AccessFlowTest, SubscriptionEntrySignatureLetsTheReaderInAndErrorFetchesT
     EXPECT_TRUE(tp.printed("[\"signature\": \"sig-1\"]"));
     EXPECT_EQ(sent("/subscription/embedded-subscription"), 0u);
 
-    Constants::setSessionID("session-2");
-    Constants::userID() = "reader-2";
-    answer({{"/subscription/access", 200, R"({"error":"no subscription"})"},
-            {"/subscription/embedded-subscription", 404, "{}"}});
-    initSubscriptions();
-    settle();
-    EXPECT_EQ(sent("/subscription/access"), 2u);
-    EXPECT_EQ(queryTo("/subscription/access")["sessionId"], "session-2");
-    EXPECT_EQ(host->calls, std::vector<std::string>{kLocked});
-    EXPECT_EQ(Constants::sessionID(), std::nullopt);
-    EXPECT_EQ(Constants::userID(), "");
-    EXPECT_EQ(queryTo("/subscription/embedded-subscription")["clientId"], "client-1");
-}
-
-TEST_F(AccessFlowTest, SubscriptionEntryWithAStoredChallengeExchangesItFirst) {
+    // A stored challenge is exchanged first; an answer with neither signature nor error
+    // does nothing.
     Constants::setLoginChallenge("challenge-4");
     answer({{"/login-challenge/challenge-4", 200, R"({"sessionId":"session-4"})"},
             {"/subscription/access", 200, R"({})"}});
@@ -318,7 +305,20 @@ TEST_F(AccessFlowTest, SubscriptionEntryWithAStoredChallengeExchangesItFirst) {
     settle();
     EXPECT_TRUE(tp.printed("trackstartProcess::handleLoginChallenge()"));
     EXPECT_EQ(queryTo("/subscription/access")["sessionId"], "session-4");
-    EXPECT_TRUE(host->calls.empty()) << "no signature, no error: nothing";
+    EXPECT_TRUE(host->calls.empty());
+
+    // "error" wipes the session and fetches the plans.
+    Constants::userID() = "reader-2";
+    answer({{"/subscription/access", 200, R"({"error":"no subscription"})"},
+            {"/subscription/embedded-subscription", 404, "{}"}});
+    initSubscriptions();
+    settle();
+    EXPECT_EQ(sent("/subscription/access"), 3u);
+    EXPECT_EQ(queryTo("/subscription/access")["sessionId"], "session-4");
+    EXPECT_EQ(host->calls, std::vector<std::string>{kLocked});
+    EXPECT_EQ(Constants::sessionID(), std::nullopt);
+    EXPECT_EQ(Constants::userID(), "");
+    EXPECT_EQ(queryTo("/subscription/embedded-subscription")["clientId"], "client-1");
     EXPECT_EQ(sent("/journey"), 0u);
 }
 

@@ -121,31 +121,21 @@ class DispatchTest : public testing::ClientTest {
     // autoresizing off and pinned to the parent's four edges.
     static ::testing::AssertionResult isWallIn(const std::shared_ptr<ui::View>& root,
                                                const std::shared_ptr<ui::View>& parent) {
-        if (!root) {
-            return ::testing::AssertionFailure() << "no root view";
-        }
-        if (parent->subviews().size() != 1 || parent->subviews().front() != root) {
-            return ::testing::AssertionFailure()
-                   << "parent holds " << parent->subviews().size() << " subviews";
-        }
-        if (root->tag() != kWallTag || root->translatesAutoresizingMaskIntoConstraints()) {
+        if (!root || parent->subviews() != std::vector{root})
+            return ::testing::AssertionFailure() << "not the parent's only subview";
+        if (root->tag() != kWallTag || root->translatesAutoresizingMaskIntoConstraints())
             return ::testing::AssertionFailure() << "tag " << root->tag() << " or autoresizing";
-        }
         std::set<ui::LayoutAttribute> pinned;
         for (const auto* holder : {parent.get(), root.get()}) {
             for (const auto& c : holder->constraints()) {
                 if (c->isActive() && c->firstItem() == root && c->secondItem() == parent &&
-                    c->firstAttribute() == c->secondAttribute() && c->constant() == 0) {
+                    c->firstAttribute() == c->secondAttribute() && c->constant() == 0)
                     pinned.insert(c->firstAttribute());
-                }
             }
         }
-        const std::set<ui::LayoutAttribute> edges = {
-            ui::LayoutAttribute::leading, ui::LayoutAttribute::trailing, ui::LayoutAttribute::top,
-            ui::LayoutAttribute::bottom};
-        if (pinned != edges) {
+        using enum ui::LayoutAttribute;
+        if (pinned != std::set{leading, trailing, top, bottom})
             return ::testing::AssertionFailure() << pinned.size() << " edges pinned";
-        }
         return ::testing::AssertionSuccess();
     }
 };

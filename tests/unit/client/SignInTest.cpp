@@ -1,23 +1,12 @@
 // Sign-in: the web pages' addresses, the login challenge that precedes them, the web flow
 // screen, auto login, user details, logout and the relaunch deep link.
 
-#include <map>
-#include <memory>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "quillgate/client/QuillgateClient.h"
 #include "quillgate/screens/WebViewController.h"
 #include "quillgate/service/Constants.h"
 #include "quillgate/service/Toast.h"
 #include "quillgate/ui/Application.h"
 #include "quillgate/ui/Label.h"
 #include "quillgate/ui/NavigationController.h"
-#include "quillgate/ui/View.h"
-#include "quillgate/ui/ViewController.h"
-#include "tests/support/TestPlatform.h"
 #include "tests/unit/client/ClientTestSupport.h"
 
 namespace quillgate {
@@ -433,16 +422,15 @@ class LogoutTest : public SignInTest {
     }
 };
 
-TEST_F(LogoutTest, WithoutASessionTheDeviceIsWipedAndToldSo) {
+TEST_F(LogoutTest, EveryAnswerWipesTheSessionAndTheToastTellsTheOutcome) {
+    // Without a session nothing is sent: the device is wiped and told so.
     client().getlogout(host);
     EXPECT_TRUE(tp.printed("logout................"));
     EXPECT_EQ(toastText(), "You are not logged in");
     EXPECT_EQ(tp.http().requestCount(), 0u);
     expectWiped();
     EXPECT_EQ(client().logoutBtnDelegate.lock(), host);
-}
 
-TEST_F(LogoutTest, EveryAnswerWipesTheSessionAndTheToastTellsTheOutcome) {
     struct Case {
         long status;
         std::string body;
