@@ -55,22 +55,12 @@ TEST_F(AccessFlowTest, JourneyCarriesItsSixteenKeysAndTheBestKnownUserId) {
     Constants::setSessionID("session-7");
     showPayWall();
     // The whole address is percent-encoded once, with lists as the platform prints them.
-    EXPECT_EQ(queryTo("/journey"), (Query{{"clientId", "client-1"},
-                                          {"anonId", Constants::anonymousID()},
-                                          {"adBlock", "false"},
-                                          {"cookies", "0"},
-                                          {"clientContentId", "article-1"},
-                                          {"sessionId", "session-7"},
-                                          {"device", "application"},
-                                          {"operatingSystem", "IOS"},
-                                          {"browser", "WEBVIEW"},
-                                          {"userId", ""},
-                                          {"categories", R"(["news", "world"])"},
-                                          {"sections", R"([""])"},
-                                          {"title", "Title"},
-                                          {"tags", R"([""])"},
-                                          {"url", "https://news.test/a1"},
-                                          {"authorName", ""}}));
+    Query expected = queryOf(
+        "?clientId=client-1&adBlock=false&cookies=0&clientContentId=article-1&device=application"
+        "&sessionId=session-7&operatingSystem=IOS&browser=WEBVIEW&userId=&title=Title&tags=[\"\"]"
+        "&url=https://news.test/a1&authorName=&sections=[\"\"]&categories=[\"news\", \"world\"]");
+    expected["anonId"] = Constants::anonymousID();
+    EXPECT_EQ(queryTo("/journey"), expected);
     EXPECT_TRUE(tp.printed("trackstartProcess()::handleUserJourney"));
 
     // The session's user, then the host's own identity, which wins.
@@ -259,9 +249,8 @@ TEST_F(AccessFlowTest, ContentLeadsToTheBannerUnderAPageViewMeterElseToTheConfig
     showPayWall();
     settle();
     ASSERT_TRUE(client().contentDetailsModel.has_value());
-    EXPECT_EQ(queryTo("/content"), (Query{{"clientId", "client-1"},
-                                          {"clientContentId", "article-1"},
-                                          {"sessionId", "session-9"}}));
+    EXPECT_EQ(queryTo("/content"),
+              queryOf("?clientId=client-1&clientContentId=article-1&sessionId=session-9"));
     EXPECT_EQ(sent("/metering/banner/meter-1"), 1u);
     EXPECT_EQ(sent("/paywall/paywall-config/"), 0u);
 
@@ -288,10 +277,8 @@ TEST_F(AccessFlowTest, SubscriptionEntryRedeemsAStoredChallengeThenReadsTheAcces
     ASSERT_NE(shown, lines.end());
     EXPECT_EQ(*(shown + 1), "Optional(true)");
     settle();
-    EXPECT_EQ(queryTo("/subscription/access"), (Query{{"clientId", "client-1"},
-                                                      {"clientContentId", "article-1"},
-                                                      {"title", ""},
-                                                      {"url", ""}}));
+    EXPECT_EQ(queryTo("/subscription/access"),
+              queryOf("?clientId=client-1&clientContentId=article-1&title=&url="));
     EXPECT_EQ(host->calls, std::vector<std::string>{kLetIn});
     EXPECT_TRUE(tp.printed("[\"signature\": \"sig-1\"]"));
     EXPECT_EQ(sent("/subscription/embedded-subscription"), 0u);
@@ -364,10 +351,7 @@ class GateTest : public AccessFlowTest {
     // Seconds from now until the next scheduled step, or -1 when nothing is scheduled.
     double scheduledIn() {
         auto deadline = tp.loop().nextDeadline();
-        if (!deadline) {
-            return -1;
-        }
-        return std::chrono::duration<double>(*deadline - tp.clock().now()).count();
+        return deadline ? std::chrono::duration<double>(*deadline - tp.clock().now()).count() : -1;
     }
 
     void setJourney(const json& body) {
@@ -426,34 +410,20 @@ TEST_F(GateTest, EachGateReadsItsOwnSources) {
         json journey;
         double expected;  // -1: not now
     };
+    using enum Gate;
     const Case cases[] = {
-        {"wall: no action", Gate::wall, json::object(), 0},
-        {"wall: no data", Gate::wall, {{"actionId", json::object()}}, 0},
-        {"wall: no conditions", Gate::wall, {{"actionId", {{"data", json::object()}}}}, 0},
+        {"no action", wall, json::object(), 0},
+        {"no data", wall, {{"actionId", json::object()}}, 0},
+        {"no conditions", wall, {{"actionId", {{"data", json::object()}}}}, 0},
         // The default paywall takes the wall's page load and the popup's scroll condition.
-        {"default: wall's page load",
-         Gate::defaultWall,
-         {{"actionId", conditions(on(4), nullptr)}},
-         4},
-        {"default: not the wall's scroll",
-         Gate::defaultWall,
-         {{"actionId", conditions(nullptr, percent)}},
-         0},
-        {"default: popup's scroll",
-         Gate::defaultWall,
-         {{"popupAction", conditions(nullptr, percent)}},
-         -1},
-        {"default: not the popup's page load",
-         Gate::defaultWall,
-         {{"popupAction", conditions(on(4), percent)}},
-         -1},
-        {"banner: page load", Gate::banner, {{"meteringAction", conditions(on(2), nullptr)}}, 2},
-        {"banner: no conditions",
-         Gate::banner,
-         {{"meteringAction", {{"data", json::object()}}}},
-         0},
-        {"popup: page load", Gate::popup, {{"popupAction", conditions(on(7), pixels)}}, 7},
-        {"popup: scroll", Gate::popup, {{"popupAction", conditions(nullptr, pixels)}}, -1},
+        {"wall's load", defaultWall, {{"actionId", conditions(on(4), nullptr)}}, 4},
+        {"wall's scroll", defaultWall, {{"actionId", conditions(nullptr, percent)}}, 0},
+        {"popup's scroll", defaultWall, {{"popupAction", conditions(nullptr, percent)}}, -1},
+        {"popup's load", defaultWall, {{"popupAction", conditions(on(4), percent)}}, -1},
+        {"banner's load", banner, {{"meteringAction", conditions(on(2), nullptr)}}, 2},
+        {"banner's none", banner, {{"meteringAction", {{"data", json::object()}}}}, 0},
+        {"popup's load", popup, {{"popupAction", conditions(on(7), pixels)}}, 7},
+        {"popup's scroll", popup, {{"popupAction", conditions(nullptr, pixels)}}, -1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

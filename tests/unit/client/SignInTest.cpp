@@ -59,10 +59,9 @@ class SignInTest : public testing::ClientTest {
 
     std::optional<std::string> toastText() {
         const auto& box = Toast::shared().toastView;
-        if (!box || box->subviews().empty()) {
-            return std::nullopt;
-        }
-        auto label = std::dynamic_pointer_cast<ui::Label>(box->subviews().front());
+        auto label = box && !box->subviews().empty()
+                         ? std::dynamic_pointer_cast<ui::Label>(box->subviews().front())
+                         : nullptr;
         return label ? std::optional(label->text()) : std::nullopt;
     }
     // A window to show toasts and the web flow screen in, with toasts on.
@@ -85,21 +84,29 @@ TEST_F(SignInTest, BuildAddressEncodesEveryKeyAndValueWithTheQueryAllowedSet) {
               "https://w.test/page?");
 }
 
-TEST_F(SignInTest, OverlayAddressesByContentType) {
+TEST_F(SignInTest, WebFlowPostsTheChallengeThenOpensThePageOfItsContentType) {
     struct Case {
         ContentType type;
+        std::optional<bool> trial;
+        std::string page;
         Query extra;
         bool isAutoLogin;
     };
+    // The subscription page's trial value carries the site: its blank is encoded, its
+    // ampersand is allowed in a query and stays, so the page reads the site as a key.
+    const Query tier = {{"tierId", "tier-1"}, {"siteUrl", kSite}};
     const std::vector<Case> cases = {
-        {ContentType::readNow, {}, false},
-        {ContentType::onlyLogin, {{"onlyLoginFlow", "true"}}, true},
-        {ContentType::buyPass, {{"purchaseMode", "PASS"}}, false},
+        {ContentType::readNow, {}, "overlay", {}, false},
+        {ContentType::onlyLogin, {}, "overlay", {{"onlyLoginFlow", "true"}}, true},
+        {ContentType::buyPass, {}, "overlay", {{"purchaseMode", "PASS"}}, false},
+        {ContentType::subPass, {}, "subscription", {{"availFreeTrial", "false "}}, false},
+        {ContentType::subPass, true, "subscription", {{"availFreeTrial", "true "}}, false},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(static_cast<int>(c.type));
+        client().availFreeTrialVar = c.trial;
         const auto before = sent("/login-challenge");
-        client().startWebFlow("article-1", c.type, "ignored");
+        client().startWebFlow("article-1", c.type, "tier-1");
         const auto challenge = Constants::loginChallenge();
         ASSERT_TRUE(challenge);
 
@@ -115,31 +122,15 @@ TEST_F(SignInTest, OverlayAddressesByContentType) {
         EXPECT_EQ(opened().find(*challenge), std::string::npos) << "not before the answer";
 
         tp.runPending();
-        EXPECT_EQ(pathOf(opened()), kWebBase + "overlay");
-        EXPECT_EQ(queryOf(opened()), overlayKeys(c.extra));
+        Query expected = overlayKeys(c.extra);
+        if (c.page == "subscription") {
+            expected.insert(tier.begin(), tier.end());
+            EXPECT_NE(opened().find("%20&siteUrl=" + std::string(kSite)), std::string::npos);
+        }
+        EXPECT_EQ(pathOf(opened()), kWebBase + c.page);
+        EXPECT_EQ(queryOf(opened()), expected);
         EXPECT_EQ(screen()->isAutoLogin, c.isAutoLogin);
         EXPECT_TRUE(tp.printed("webviewURL:" + opened()));
-    }
-}
-
-TEST_F(SignInTest, SubscriptionPageCarriesTheTierAndTheSiteInsideTheTrialValue) {
-    for (const bool trial : {false, true}) {
-        SCOPED_TRACE(trial);
-        client().availFreeTrialVar = trial ? std::optional(true) : std::nullopt;
-        client().startWebFlow("article-1", ContentType::subPass, "tier-digital-1m");
-        tp.runPending();
-
-        const std::string flag = trial ? "true" : "false";
-        EXPECT_EQ(pathOf(opened()), kWebBase + "subscription");
-        // The blank is encoded; the ampersand is allowed in a query and stays, so the page
-        // reads the site as a key of its own.
-        EXPECT_NE(opened().find("availFreeTrial=" + flag + "%20&siteUrl=" + kSite),
-                  std::string::npos)
-            << opened();
-        EXPECT_EQ(queryOf(opened()), overlayKeys({{"tierId", "tier-digital-1m"},
-                                                  {"availFreeTrial", flag + " "},
-                                                  {"siteUrl", kSite}}));
-        EXPECT_FALSE(screen()->isAutoLogin);
     }
 
     // Without a parent view the challenge is posted but no page opens.
@@ -148,7 +139,7 @@ TEST_F(SignInTest, SubscriptionPageCarriesTheTierAndTheSiteInsideTheTrialValue) 
     client().startWebFlow("article-1", ContentType::subPass, "t");
     client().startWebFlow("article-1", ContentType::readNow, "t");
     tp.runPending();
-    EXPECT_EQ(sent("/login-challenge"), 4u);
+    EXPECT_EQ(sent("/login-challenge"), cases.size() + 2);
     EXPECT_FALSE(client().webVC);
 }
 
@@ -297,10 +288,8 @@ TEST_F(SignInTest, OnlyLoginFlowOpensItsPageWithoutAChallenge) {
     client().onlyLoginFlow("client-3", parent);
     EXPECT_EQ(client().parentView, parent);
     EXPECT_EQ(pathOf(opened()), kWebBase + "orvelant-login");
-    EXPECT_EQ(queryOf(opened()), (Query{{"clientId", "client-3"},
-                                        {"anonId", "anon-1"},
-                                        {"mobileView", "true"},
-                                        {"onlyLoginFlow", "true"}}));
+    EXPECT_EQ(queryOf(opened()),
+              queryOf("?clientId=client-3&anonId=anon-1&mobileView=true&onlyLoginFlow=true"));
     EXPECT_FALSE(screen()->isAutoLogin);
     EXPECT_EQ(tp.http().requestCount(), 0u);
     EXPECT_FALSE(Constants::loginChallenge());
@@ -333,11 +322,10 @@ TEST_F(SignInTest, AutoLogInOpensItsPageAfterTheChallengeIsAccepted) {
     tp.runPending();
 
     EXPECT_EQ(pathOf(opened()), kWebBase + "auto-login-user");
-    EXPECT_EQ(queryOf(opened()), (Query{{"id", "token-reader"},
-                                        {"clientId", "client-2"},
-                                        {"email", "cmVhZGVyQHF1aWxsZ2F0ZS50ZXN0"},
-                                        {"phone", "9876543210"},
-                                        {"loginChallengeId", *Constants::loginChallenge()}}));
+    EXPECT_EQ(queryOf(opened()),
+              queryOf("?id=token-reader&clientId=client-2&email=cmVhZGVyQHF1aWxsZ2F0ZS50ZXN0"
+                      "&phone=9876543210&loginChallengeId=" +
+                      *Constants::loginChallenge()));
     EXPECT_TRUE(screen()->isAutoLogin);
     EXPECT_EQ(screen()->contentID, "article-2");
 
