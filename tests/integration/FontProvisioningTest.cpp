@@ -32,20 +32,15 @@ class FontProvisioningTest : public ::testing::Test {
     FontProvisioningTest() {
         // Each path answers with an installed face; the fixed faces are stood in for by
         // faces whose PostScript names differ from theirs.
-        serve(kRobotoPath, "Roboto-Regular.ttf");
-        serve(kMerriweatherRegularPath, "DejaVuSans.ttf");
-        serve("/repo/google/fonts/raw/main/ofl/merriweather/Merriweather-Black.ttf",
-              "Roboto-Black.ttf");
-        serve("/repo/google/fonts/raw/main/ofl/merriweather/Merriweather-BlackItalic.ttf",
-              "Roboto-BlackItalic.ttf");
-        serve("/repo/google/fonts/raw/main/ofl/merriweather/Merriweather-Bold.ttf",
-              "Roboto-Bold.ttf");
-        serve("/repo/google/fonts/raw/main/ofl/poppins/Poppins-SemiBold.ttf", "Roboto-Medium.ttf");
+        const std::string ofl = "/repo/google/fonts/raw/main/ofl/";
+        serve(kRobotoPath, fileOf("Roboto-Regular.ttf"));
+        serve(kMerriweatherRegularPath, fileOf("DejaVuSans.ttf"));
+        serve(ofl + "merriweather/Merriweather-Black.ttf", fileOf("Roboto-Black.ttf"));
+        serve(ofl + "merriweather/Merriweather-BlackItalic.ttf", fileOf("Roboto-BlackItalic.ttf"));
+        serve(ofl + "merriweather/Merriweather-Bold.ttf", fileOf("Roboto-Bold.ttf"));
+        serve(ofl + "poppins/Poppins-SemiBold.ttf", fileOf("Roboto-Medium.ttf"));
         // A damaged download: the first kilobyte of a real font.
-        const std::string damaged = fileOf("Roboto-Regular.ttf").substr(0, 1024);
-        server.get(kPoppinsPath, [damaged](const httplib::Request&, httplib::Response& res) {
-            res.set_content(damaged, "font/ttf");
-        });
+        serve(kPoppinsPath, fileOf("Roboto-Regular.ttf").substr(0, 1024));
         server.start();
 
         tp.useHttp(std::make_shared<platform::CurlHttpSession>());
@@ -60,9 +55,9 @@ class FontProvisioningTest : public ::testing::Test {
         return testing::fileContent(file);
     }
 
-    void serve(const std::string& path, const std::string& fontFile) {
+    void serve(const std::string& path, std::string content) {
         server.get(path,
-                   [content = fileOf(fontFile)](const httplib::Request&, httplib::Response& res) {
+                   [content = std::move(content)](const httplib::Request&, httplib::Response& res) {
                        res.set_content(content, "font/ttf");
                    });
     }
@@ -119,15 +114,6 @@ TEST_F(FontProvisioningTest, AFamilyOnDiskIsRegisteredAndNotDownloaded) {
     EXPECT_TRUE(fonts->isRegistered("Roboto-Regular"));
     EXPECT_TRUE(server.requestsTo(kRobotoPath).empty());
     EXPECT_EQ(server.requestCount(), 5u);  // the fixed faces only
-}
-
-TEST_F(FontProvisioningTest, AnInstalledFaceIsAlreadyRegistered) {
-    tp.platform().fonts = std::make_shared<FontconfigFontSystem>();
-    fs::copy_file(testing::systemFontFile("Roboto-Regular.ttf"),
-                  documents() / "Roboto-Regular.ttf");
-    provision(model({"roboto"}));
-    EXPECT_TRUE(tp.printed("Font already registered: Roboto-Regular.ttf"));
-    EXPECT_FALSE(tp.printed("Font registered successfully: Roboto-Regular.ttf"));
 }
 
 TEST_F(FontProvisioningTest, UnknownAndDamagedFamiliesFailWithoutStoppingTheRest) {

@@ -2,64 +2,38 @@
 // session and the real font system: the journey, the content, the paywall configuration, the
 // fonts, the gate, and the screen the client adds to the host's parent view.
 
-#include <cctype>
-#include <chrono>
 #include <set>
 
-#include <gtest/gtest.h>
-
-#include "quillgate/client/QuillgateClient.h"
-#include "quillgate/platform/linux/CurlHttpSession.h"
 #include "quillgate/platform/linux/FontconfigFontSystem.h"
 #include "quillgate/ui/LayoutConstraint.h"
-#include "quillgate/ui/View.h"
 #include "quillgate/ui/ViewController.h"
-#include "tests/support/TestPlatform.h"
-#include "tests/unit/client/ClientTestSupport.h"
-#include "tools/devserver/DevServer.h"
+#include "tests/integration/LoopbackClient.h"
 
-namespace quillgate {
+namespace quillgate::testing {
 namespace {
 
-const std::string kLocked = "purchasedOrNot(accessTime: false)";
-const std::string kLetIn = "purchasedOrNot(accessTime: true)";
-constexpr const char* kClient = "quillgate-demo";
-constexpr int kWallTag = 9988;
-
-class LockedArticleTest : public ::testing::Test {
+class LockedArticleTest : public LoopbackClientTest {
   protected:
-    LockedArticleTest() {
-        EXPECT_TRUE(dev.start());
-        tp.useHttp(std::make_shared<platform::CurlHttpSession>());
+    // The service runs on the manual clock's time, so that timers it writes into a
+    // configuration are measured against the same "now" as the client's.
+    LockedArticleTest() : LoopbackClientTest([] { return platform::ManualClock().now(); }) {
         // A font system that knows no installed face, so that every family is fetched.
         tp.platform().fonts = std::make_shared<platform::FontconfigFontSystem>(
             platform::FontconfigFontSystem::InstalledFonts::exclude);
+    }
+
+    // Shows `contentID` until a wall stands in the parent view and the host has heard
+    // `calls` calls; gives the wall's screen.
+    std::shared_ptr<ui::ViewController> wallFor(const std::string& contentID, std::size_t calls) {
+        showPayWall(contentID);
+        EXPECT_TRUE(waitFor([&] { return !parent->subviews().empty(); }, 20));
+        // The banner lets the reader in right after it is scheduled: let that answer land too.
+        waitFor([&] { return host->calls.size() >= calls; }, 5);
         auto& client = QuillgateClient::shared();
-        dev.pointAt(client.deployment);
-        client.configure(Mode::local, kClient);
-    }
-
-    void showPayWall(const std::string& contentID) {
-        QuillgateClient::shared().showPayWall(contentID, "A story", std::nullopt, std::nullopt,
-                                              std::nullopt, std::nullopt, std::nullopt,
-                                              std::nullopt, parent, host, host, host, host, host);
-    }
-
-    // Runs the main queue until a wall stands in the parent view.
-    bool waitForWall() {
-        return tp.loop().runUntil([&] { return !parent->subviews().empty(); },
-                                  std::chrono::seconds(20));
-    }
-
-    // Sequence numbers of the service's requests whose path holds `part`.
-    std::vector<uint64_t> served(const std::string& part) {
-        std::vector<uint64_t> out;
-        for (const auto& entry : dev.controls().requests()) {
-            if (entry.path.find(part) != std::string::npos) {
-                out.push_back(entry.sequence);
-            }
+        if (client.blockerVC) {
+            return client.blockerVC;
         }
-        return out;
+        return std::dynamic_pointer_cast<ui::ViewController>(client.customPayWallVC);
     }
 
     // The parent's only subview, tagged as the wall and pinned to the parent's four edges.
@@ -75,44 +49,20 @@ class LockedArticleTest : public ::testing::Test {
                 pinned.insert(c->firstAttribute());
             }
         }
-        if (root->tag() != kWallTag || root->translatesAutoresizingMaskIntoConstraints() ||
-            pinned.size() != 4) {
+        if (root->tag() != 9988 || pinned.size() != 4) {
             return ::testing::AssertionFailure()
                    << "tag " << root->tag() << ", " << pinned.size() << " edges pinned";
         }
         return ::testing::AssertionSuccess();
     }
-
-    static std::shared_ptr<ui::ViewController> wallScreen() {
-        auto& client = QuillgateClient::shared();
-        if (client.blockerVC) {
-            return client.blockerVC;
-        }
-        return std::dynamic_pointer_cast<ui::ViewController>(client.customPayWallVC);
-    }
-
-    // The service runs on the manual clock's time, so that timers it writes into a
-    // configuration are measured against the same "now" as the client's.
-    devserver::DevServer dev{
-        devserver::DevServer::Options{0,
-                                      0,
-                                      0,
-                                      devserver::DevServer::defaultDataDir(),
-                                      [] { return platform::ManualClock().now(); },
-                                      {}}};
-    testing::TestPlatform tp;  // after the server: its HTTP session closes first
-    std::shared_ptr<ui::View> parent = std::make_shared<ui::View>(ui::Rect(0, 0, 390, 844));
-    std::shared_ptr<testing::RecordingHost> host = std::make_shared<testing::RecordingHost>();
 };
 
 TEST_F(LockedArticleTest, TemplateWallFollowsJourneyContentConfigurationAndFonts) {
-    showPayWall("premium-3a");
-    ASSERT_TRUE(waitForWall());
-
+    const auto screen = wallFor("premium-3a", 1);
     EXPECT_EQ(host->calls, std::vector<std::string>{kLocked});
     const auto journey = served("/api/v1/journey");
     const auto content = served("/api/v1/content");
-    const auto config = served("/api/v1/paywall/paywall-config/" + std::string(kClient));
+    const auto config = served("/api/v1/paywall/paywall-config/" + std::string(kDemoClient));
     const auto fonts = served("/fonts/");
     ASSERT_EQ(journey.size(), 1u);
     ASSERT_EQ(content.size(), 1u);
@@ -124,7 +74,6 @@ TEST_F(LockedArticleTest, TemplateWallFollowsJourneyContentConfigurationAndFonts
     EXPECT_TRUE(tp.printed("All font downloads completed successfully"));
 
     auto& client = QuillgateClient::shared();
-    auto screen = wallScreen();
     ASSERT_TRUE(screen);
     EXPECT_EQ(screen->className(), "CTA3ViewController");
     EXPECT_TRUE(isPinnedWall(screen));
@@ -145,7 +94,7 @@ struct Outcome {
     std::string screen;
     std::vector<std::string> hostHears;
 };
-// Test names and failure messages show the article, not the bytes of the record.
+// Failure messages show the article, not the bytes of the record.
 void PrintTo(const Outcome& outcome, std::ostream* os) {
     *os << outcome.article;
 }
@@ -154,13 +103,7 @@ class LockedArticleOutcomeTest : public LockedArticleTest,
                                  public ::testing::WithParamInterface<Outcome> {};
 
 TEST_P(LockedArticleOutcomeTest, ArticleEndsOnItsScreen) {
-    showPayWall(GetParam().article);
-    ASSERT_TRUE(waitForWall());
-    // The banner lets the reader in right after it is scheduled: let that answer land too.
-    tp.loop().runUntil([&] { return host->calls.size() >= GetParam().hostHears.size(); },
-                       std::chrono::seconds(5));
-
-    auto screen = wallScreen();
+    const auto screen = wallFor(GetParam().article, GetParam().hostHears.size());
     ASSERT_TRUE(screen);
     EXPECT_EQ(screen->className(), GetParam().screen);
     EXPECT_TRUE(isPinnedWall(screen));
@@ -175,14 +118,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Outcome{"premium-unknown-template", "QuillgateStatusVC", {kLocked}},
                       Outcome{"premium-zel", "ZelViewController", {kLocked}},
                       Outcome{"regwall-rg5", "RGViewController", {kLocked}},
-                      Outcome{"metered-1", "BannerViewController", {kLocked, kLetIn}}),
-    [](const ::testing::TestParamInfo<Outcome>& info) {
-        std::string name;
-        for (char ch : info.param.article) {
-            name += std::isalnum(static_cast<unsigned char>(ch)) ? ch : '_';
-        }
-        return name;
-    });
+                      Outcome{"metered-1", "BannerViewController", {kLocked, kLetIn}}));
 
 }  // namespace
-}  // namespace quillgate
+}  // namespace quillgate::testing

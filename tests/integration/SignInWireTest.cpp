@@ -1,90 +1,73 @@
 // Sign-in against the local access service over loopback: the challenge the client posts is
 // the one the web page signs the reader in with, the auto-login page reads the encoded e-mail,
-// and logout and user details act on real sessions.
+// and user details and logout act on the session that page opened.
 
-#include <chrono>
-#include <functional>
-#include <memory>
 #include <regex>
-#include <string>
 
-#include <gtest/gtest.h>
 #include <httplib.h>
 #include <nlohmann/json.hpp>
 
-#include "quillgate/client/QuillgateClient.h"
-#include "quillgate/platform/linux/CurlHttpSession.h"
 #include "quillgate/screens/WebViewController.h"
 #include "quillgate/service/Constants.h"
 #include "quillgate/service/Toast.h"
 #include "quillgate/ui/Application.h"
 #include "quillgate/ui/Label.h"
-#include "quillgate/ui/View.h"
 #include "quillgate/ui/ViewController.h"
-#include "tests/support/TestPlatform.h"
-#include "tests/unit/client/ClientTestSupport.h"
-#include "tools/devserver/DevServer.h"
+#include "tests/integration/LoopbackClient.h"
 
-namespace quillgate {
+namespace quillgate::testing {
 namespace {
 
 using nlohmann::json;
 
-constexpr const char* kClient = "quillgate-demo";
-
-class SignInWireTest : public ::testing::Test {
+class SignInWireTest : public LoopbackClientTest {
   protected:
     SignInWireTest() {
-        started = dev.start();
-        tp.useHttp(std::make_shared<platform::CurlHttpSession>());
         auto& c = QuillgateClient::shared();
-        c.deployment.local = {dev.apiBase(), dev.webBase(), dev.collectUrl()};
-        c.configure(Mode::local, kClient);
         c.contentID = "premium-3a";
-        c.parentView = std::make_shared<ui::View>();
+        c.parentView = parent;
         c.debugMode = true;
         ui::Application::shared().showWindow(ui::ViewController::create<ui::ViewController>());
-        web = std::make_unique<httplib::Client>("127.0.0.1", dev.webPort());
     }
 
-    void SetUp() override { ASSERT_TRUE(started.ok) << started.error; }
-
-    bool waitFor(const std::function<bool()>& done) {
-        return tp.loop().runUntil(done, std::chrono::seconds(10));
-    }
-    // Waits for the client to open a web page; gives its address behind the web base.
-    std::string openedPage() {
+    // Waits for the client to open a web page and fetches it as the reader's browser would.
+    std::string openedPage(const std::string& suffix = "") {
         auto screen = [] {
             return std::dynamic_pointer_cast<WebViewController>(QuillgateClient::shared().webVC);
         };
-        if (!waitFor([&] { return screen() && screen()->actualURL; })) {
+        if (!waitFor([&] { return screen() && screen()->actualURL; }, 10)) {
             ADD_FAILURE() << "no page opened";
             return "";
         }
         const std::string address = *screen()->actualURL;
         EXPECT_EQ(address.rfind(dev.webBase(), 0), 0u) << address;
-        return "/" + address.substr(dev.webBase().size());
+        auto page = web.Get("/" + address.substr(dev.webBase().size()) + suffix);
+        if (!page || page->status != 200) {
+            ADD_FAILURE() << address << ": " << (page ? page->body : "no answer");
+            return "";
+        }
+        return page->body;
     }
-    std::string toastText() {
+
+    // Logs out and gives the toast that tells the outcome.
+    std::string logout() {
+        Toast::shared().toastView.reset();
+        QuillgateClient::shared().getlogout(host);
         const auto& box = Toast::shared().toastView;
+        EXPECT_TRUE(waitFor([&] { return box != nullptr; }, 10));
         return box ? std::dynamic_pointer_cast<ui::Label>(box->subviews().at(0))->text() : "";
     }
 
-    devserver::DevServer dev{
-        devserver::DevServer::Options{0, 0, 0, devserver::DevServer::defaultDataDir(), {}, {}}};
-    testing::TestPlatform tp;  // after the server: its HTTP session closes first
-    devserver::StartResult started;
-    std::unique_ptr<httplib::Client> web;
-    std::shared_ptr<testing::RecordingHost> host = std::make_shared<testing::RecordingHost>();
+    httplib::Client web{"127.0.0.1", dev.webPort()};
 };
 
-TEST_F(SignInWireTest, ThePageSignsInAgainstThePostedChallengeAndTheDeepLinkRelaunches) {
+TEST_F(SignInWireTest, ThePageSignsInAgainstThePostedChallengeAndTheDeepLinkUnlocks) {
     auto& c = QuillgateClient::shared();
     c.completionHandlerDelegate = host;
     c.screenType = ScreenType::paywallScreen;
 
     c.contactLogin("subscriber@quillgate.test");
-    const std::string page = openedPage();
+    const std::string html = openedPage();
     const auto challenge = Constants::loginChallenge();
     ASSERT_TRUE(challenge);
     const auto registered = dev.service().challenge(*challenge);
@@ -92,43 +75,34 @@ TEST_F(SignInWireTest, ThePageSignsInAgainstThePostedChallengeAndTheDeepLinkRela
     EXPECT_EQ(registered->redirectTo, "orvelant://home?id=premium-3a");
 
     // Act as the reader: the page's "contact" choice signs in and redirects to the deep link.
-    const auto html = web->Get(page);
-    ASSERT_TRUE(html);
-    ASSERT_EQ(html->status, 200) << html->body;
     std::smatch link;
     ASSERT_TRUE(
-        std::regex_search(html->body, link, std::regex("id=\"choice-contact\" href=\"([^\"]*)\"")));
-    const std::string choice = std::regex_replace(link[1].str(), std::regex("&amp;"), "&");
-    const auto chosen = web->Get(choice);
+        std::regex_search(html, link, std::regex("id=\"choice-contact\" href=\"([^\"]*)\"")));
+    const auto chosen = web.Get(std::regex_replace(link[1].str(), std::regex("&amp;"), "&"));
     ASSERT_TRUE(chosen);
     ASSERT_EQ(chosen->status, 302) << chosen->body;
     const std::string deepLink = chosen->get_header_value("Location");
     EXPECT_EQ(deepLink, "orvelant://home?id=premium-3a");
-    EXPECT_FALSE(dev.service().challenge(*challenge)->sessionId.empty());
 
-    tp.clearLines();
+    // The relaunch runs the article again: the stored challenge now yields the session.
     c.handleRelaunchApp(deepLink);
-    tp.advance(0.4);
-    EXPECT_FALSE(tp.printed("trackstartProcess()::handleUserJourney"));
-    tp.advance(0.1);
-    EXPECT_TRUE(tp.printed("trackstartProcess()::handleUserJourney"));
+    tp.advance(0.5);
+    ASSERT_TRUE(waitFor([&] { return host->calls.size() >= 2; }));
+    EXPECT_EQ(host->calls, (std::vector<std::string>{kLocked, kLetIn}));
+    EXPECT_EQ(Constants::sessionID(), dev.service().challenge(*challenge)->sessionId);
 }
 
-TEST_F(SignInWireTest, AutoLoginPageFindsTheReaderByTheEncodedEmailAndUserDetailsFollow) {
+TEST_F(SignInWireTest, AutoLoginPageOpensASessionThatUserDetailsAndLogoutActOn) {
     auto& c = QuillgateClient::shared();
-    c.autoLogIn("premium-3a", kClient, "", "subscriber@quillgate.test", std::nullopt, c.parentView,
+    c.autoLogIn("premium-3a", kDemoClient, "", "subscriber@quillgate.test", std::nullopt, parent,
                 host);
-    const std::string page = openedPage();
-
-    const auto answer = web->Get(page + "&respond=json");
-    ASSERT_TRUE(answer);
-    ASSERT_EQ(answer->status, 200) << answer->body;
-    const json model = json::parse(answer->body);
-    ASSERT_TRUE(model.contains("sessionId")) << answer->body;
+    const json model = json::parse(openedPage("&respond=json"));
+    ASSERT_TRUE(model.contains("sessionId")) << model;
     EXPECT_EQ(dev.service().challenge(*Constants::loginChallenge())->sessionId, model["sessionId"]);
 
     // With the page's session stored, the user route answers the subscriber's details raw.
-    Constants::setSessionID(model["sessionId"].get<std::string>());
+    const std::string session = model["sessionId"];
+    Constants::setSessionID(session);
     c.getUserDetail(host);
     ASSERT_TRUE(waitFor([&] { return !host->calls.empty(); }));
     const std::string prefix = "success(userDetails: ";
@@ -137,32 +111,18 @@ TEST_F(SignInWireTest, AutoLoginPageFindsTheReaderByTheEncodedEmailAndUserDetail
         host->calls[0].substr(prefix.size(), host->calls[0].size() - prefix.size() - 1));
     EXPECT_EQ(details["name"], "Arjun Menon");
     EXPECT_EQ(details["existingSubscriber"], true);
-}
 
-TEST_F(SignInWireTest, LogoutEndsTheSessionOnTheServiceAndOnTheDevice) {
-    const auto signIn =
-        dev.service().signIn(kClient, devserver::Identity{"reader@quillgate.test", "", ""}, "");
-    ASSERT_TRUE(signIn.ok) << signIn.message;
-    Constants::setSessionID(signIn.sessionId);
-    Constants::setLoginChallenge("challenge-1");
-
-    QuillgateClient::shared().getlogout(host);
-    ASSERT_TRUE(waitFor([&] { return !toastText().empty(); }));
-    EXPECT_EQ(toastText(), "You have been logged out");
+    EXPECT_EQ(logout(), "You have been logged out");
     EXPECT_FALSE(Constants::sessionID());
     EXPECT_FALSE(Constants::loginChallenge());
-
     // The service has forgotten the session: a second logout of it is refused, and the
     // device is wiped all the same.
-    Toast::shared().toastView.reset();
-    Constants::setSessionID(signIn.sessionId);
-    QuillgateClient::shared().getlogout(host);
-    ASSERT_TRUE(waitFor([&] { return !toastText().empty(); }));
-    EXPECT_EQ(toastText(), "Unable to logout");
+    Constants::setSessionID(session);
+    EXPECT_EQ(logout(), "Unable to logout");
     EXPECT_TRUE(tp.printed("wrongClientOrContentID"));
     EXPECT_FALSE(Constants::sessionID());
-    EXPECT_TRUE(host->calls.empty());
+    EXPECT_EQ(host->calls.size(), 1u) << "logout tells the host nothing";
 }
 
 }  // namespace
-}  // namespace quillgate
+}  // namespace quillgate::testing

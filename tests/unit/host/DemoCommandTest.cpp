@@ -77,12 +77,4 @@ TEST(Demo, TakenPortEndsItBeforeAnyChapter) {
     EXPECT_THAT(storyLines(run.out), Not(Contains(StartsWith("== Chapter"))));
 }
 
-TEST(Demo, TakesNoArguments) {
-    std::istringstream in;
-    std::ostringstream out;
-    std::ostringstream err;
-    EXPECT_EQ(quillgate::host::runHost({"demo", "--fast"}, in, out, err), 2);
-    EXPECT_THAT(err.str(), HasSubstr("demo takes no arguments"));
-}
-
 }  // namespace

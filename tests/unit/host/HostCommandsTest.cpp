@@ -1,16 +1,16 @@
 // The host's commands run in-process on strings: decode against the service's sample bodies,
-// serve's refusals, and the usage errors.
+// --version and --help, and the usage errors of every command.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "tests/support/FontFiles.h"
+#include "tests/support/LocalService.h"
 #include "tools/devserver/DevServer.h"
 #include "tools/quillgate/Host.h"
 
@@ -39,16 +39,7 @@ HostRun run(const std::vector<std::string>& args, const std::string& input = "")
     return result;
 }
 
-std::string recordsDir() {
-    return std::string(QUILLGATE_TEST_DATA_DIR) + "/records/";
-}
-
-std::string readFile(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    std::ostringstream buffer;
-    buffer << stream.rdbuf();
-    return buffer.str();
-}
+const std::string kRecords = std::string(QUILLGATE_TEST_DATA_DIR) + "/records/";
 
 // A root, its sample body, and a top-level key whose member no JSON number can fill.
 struct RootCase {
@@ -76,7 +67,7 @@ class DecodeEachRoot : public ::testing::TestWithParam<RootCase> {};
 
 TEST_P(DecodeEachRoot, GoodBodyComesBackAsStablePrettyJson) {
     const RootCase& c = GetParam();
-    const HostRun first = run({"decode", "--as", c.root, recordsDir() + c.file});
+    const HostRun first = run({"decode", "--as", c.root, kRecords + c.file});
     ASSERT_EQ(first.status, 0) << first.out << first.err;
     EXPECT_EQ(first.err, "");
     ASSERT_TRUE(nlohmann::json::accept(first.out)) << first.out;
@@ -91,7 +82,7 @@ TEST_P(DecodeEachRoot, GoodBodyComesBackAsStablePrettyJson) {
 
 TEST_P(DecodeEachRoot, MismatchedMemberGivesTheLongFailureLine) {
     const RootCase& c = GetParam();
-    auto body = nlohmann::json::parse(readFile(recordsDir() + c.file));
+    auto body = nlohmann::json::parse(quillgate::testing::fileContent(kRecords + c.file));
     body[c.key] = 7;
     const HostRun result = run({"decode", "--as", c.root, "-"}, body.dump());
     EXPECT_EQ(result.status, 1);
@@ -102,51 +93,28 @@ TEST_P(DecodeEachRoot, MismatchedMemberGivesTheLongFailureLine) {
 INSTANTIATE_TEST_SUITE_P(Roots, DecodeEachRoot, ::testing::ValuesIn(kRootCases),
                          [](const auto& info) { return std::string(info.param.root); });
 
-TEST(Decode, LeavesOutKeysTheClientIgnoresAndKeepsAbsentMembersAbsent) {
+TEST(Decode, PrintsOnlyTheMembersTheClientReadsAndFailsOnWhatIsNoRecord) {
     const HostRun journey =
-        run({"decode", "--as", "UserJourneyModel", recordsDir() + "user_journey.json"});
+        run({"decode", "--as", "UserJourneyModel", kRecords + "user_journey.json"});
     ASSERT_EQ(journey.status, 0);
     EXPECT_THAT(journey.out, Not(HasSubstr("\"actionID\"")));
-
     const HostRun sparse = run({"decode", "--as", "LoginChallenge", "-"}, R"({"extra": [1, 2]})");
     EXPECT_EQ(sparse.status, 0) << sparse.out;
     EXPECT_EQ(sparse.out, "{}\n");
+
+    const std::pair<std::string, std::string> notRecords[] = {
+        {"{\"message\": ", "Data corrupted error: "},
+        {"", "Data corrupted error: "},
+        {"[]", "Type mismatch error: Dictionary<String, Any>"},
+    };
+    for (const auto& [input, line] : notRecords) {
+        const HostRun result = run({"decode", "--as", "LogoutModel", "-"}, input);
+        EXPECT_EQ(result.status, 1) << input;
+        EXPECT_THAT(result.out, StartsWith(line)) << input;
+    }
 }
 
-TEST(Decode, BodiesThatAreNotRecordsFailWithStatusOne) {
-    const HostRun notJson = run({"decode", "--as", "LogoutModel", "-"}, "{\"message\": ");
-    EXPECT_EQ(notJson.status, 1);
-    EXPECT_THAT(notJson.out, StartsWith("Data corrupted error: "));
-
-    const HostRun empty = run({"decode", "--as", "LogoutModel", "-"}, "");
-    EXPECT_EQ(empty.status, 1);
-
-    const HostRun array = run({"decode", "--as", "LogoutModel", "-"}, "[]");
-    EXPECT_EQ(array.status, 1);
-    EXPECT_THAT(array.out, StartsWith("Type mismatch error: Dictionary<String, Any>"));
-}
-
-TEST(Decode, UnreadableFilesAndBadArgumentsAreUsageFailures) {
-    const std::string missing = recordsDir() + "no_such_body.json";
-    const HostRun absent = run({"decode", "--as", "LogoutModel", missing});
-    EXPECT_EQ(absent.status, 2);
-    EXPECT_THAT(absent.err, HasSubstr("cannot read \"" + missing + "\""));
-    EXPECT_EQ(absent.out, "");
-
-    EXPECT_EQ(run({"decode", "--as", "LogoutModel", recordsDir()}).status, 2);
-
-    const HostRun unknownRoot = run({"decode", "--as", "Nope", "-"});
-    EXPECT_EQ(unknownRoot.status, 2);
-    EXPECT_THAT(unknownRoot.err, AllOf(HasSubstr("\"Nope\""), HasSubstr("APIResponse")));
-
-    EXPECT_EQ(run({"decode", "-"}).status, 2);                    // no --as
-    EXPECT_EQ(run({"decode", "--as"}).status, 2);                 // --as without a name
-    EXPECT_EQ(run({"decode", "--as", "LogoutModel"}).status, 2);  // no file
-    EXPECT_EQ(run({"decode", "--as", "LogoutModel", "a", "b"}).status, 2);
-    EXPECT_EQ(run({"decode", "--as", "LogoutModel", "--pretty", "-"}).status, 2);
-}
-
-TEST(Host, VersionHelpAndUsageErrors) {
+TEST(Host, VersionAndHelp) {
     const HostRun version = run({"--version"});
     EXPECT_EQ(version.status, 0);
     EXPECT_THAT(version.out, MatchesRegex("quillgate [0-9]+\\.[0-9]+\\.[0-9]+\n"));
@@ -156,24 +124,71 @@ TEST(Host, VersionHelpAndUsageErrors) {
     EXPECT_THAT(help.out, AllOf(HasSubstr("serve"), HasSubstr("decode --as ROOT FILE"),
                                 HasSubstr("EmbededSubscription"), HasSubstr("--collect-port")));
 
-    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
-             {}, {"frobnicate"}, {"--verbose"}, {"--version", "x"}}) {
+    const HostRun readHelp = run({"read", "--client-id", "c", "--help"});
+    EXPECT_EQ(readHelp.status, 0);
+    EXPECT_THAT(readHelp.out,
+                AllOf(HasSubstr("--font-repo-base URL"), HasSubstr("--run-for SECONDS")));
+    EXPECT_EQ(readHelp.err, "");
+}
+
+// Exit 2, nothing on standard output, the reason on standard error.
+TEST(Host, UsageErrorsRunNothing) {
+    const auto expectUsage = [](const std::vector<std::string>& args, const std::string& message) {
+        SCOPED_TRACE(::testing::PrintToString(args));
         const HostRun usage = run(args);
         EXPECT_EQ(usage.status, 2);
         EXPECT_EQ(usage.out, "");
-        EXPECT_THAT(usage.err, AllOf(StartsWith("quillgate: "), HasSubstr("quillgate --help")));
+        EXPECT_THAT(usage.err, AllOf(StartsWith("quillgate: "), HasSubstr(message)));
+    };
+    const std::string missing = kRecords + "no_such_body.json";
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{}, "a command is needed"},
+        {{"frobnicate"}, "unknown command \"frobnicate\""},
+        {{"--verbose"}, "unknown command"},
+        {{"--version", "x"}, "--version takes no arguments"},
+        {{"demo", "--fast"}, "demo takes no arguments"},
+        {{"decode", "--as", "LogoutModel", missing}, "cannot read \"" + missing + "\""},
+        {{"decode", "--as", "LogoutModel", kRecords}, "cannot read"},
+        {{"decode", "--as", "Nope", "-"}, "\"Nope\" (one of UserJourneyModel"},
+        {{"decode", "-"}, "--as ROOT is needed"},
+        {{"decode", "--as"}, "--as wants the name of a root record"},
+        {{"decode", "--as", "LogoutModel"}, "a file is needed"},
+        {{"decode", "--as", "LogoutModel", "a", "b"}, "one file at a time"},
+        {{"decode", "--as", "LogoutModel", "--pretty", "-"}, "unknown option \"--pretty\""},
+        {{"serve", "--api-port", "http"}, "--api-port wants a port number"},
+        {{"serve", "--api-port", "70000"}, "--api-port wants a port number"},
+        {{"serve", "--web-port"}, "--web-port wants a port number"},
+        {{"serve", "--colour"}, "unknown argument \"--colour\""},
+        {{"read", "--content-id", "a"}, "read: --client-id is required"},
+        {{"read", "--client-id", "c"}, "read: --content-id is required"},
+    };
+    for (const auto& [args, message] : cases) {
+        expectUsage(args, message);
+    }
+    EXPECT_THAT(run({"frobnicate"}).err, HasSubstr("Run 'quillgate --help'"));
+
+    // The options of `read`, after a valid article.
+    const std::pair<std::vector<std::string>, std::string> readCases[] = {
+        {{"--mode", "Local"}, "--mode is one of"},
+        {{"--run-for", "-1"}, "--run-for needs"},
+        {{"--run-for", "5s"}, "--run-for needs"},
+        {{"--run-for", "nan"}, "--run-for needs"},
+        {{"--api-base", "127.0.0.1:3001"}, "--api-base needs an http or https address"},
+        {{"--font-web-base", "ftp://x.test/"}, "--font-web-base needs an http or https address"},
+        {{"--tag"}, "--tag needs a value"},
+        {{"--debug=yes"}, "--debug takes no value"},
+        {{"--colour", "red"}, "unknown option"},
+        {{"extra"}, "unexpected argument"},
+    };
+    for (const auto& [options, message] : readCases) {
+        std::vector<std::string> args = {"read", "--client-id", "c", "--content-id", "a"};
+        args.insert(args.end(), options.begin(), options.end());
+        expectUsage(args, "read: " + message);
     }
 }
 
-TEST(Serve, RefusesBadFlagsAndATakenPortWithoutServing) {
-    EXPECT_EQ(run({"serve", "--api-port", "http"}).status, 2);
-    EXPECT_EQ(run({"serve", "--api-port", "70000"}).status, 2);
-    EXPECT_EQ(run({"serve", "--web-port"}).status, 2);
-    EXPECT_EQ(run({"serve", "--colour"}).status, 2);
-
-    quillgate::devserver::DevServer::Options ephemeral;
-    ephemeral.apiPort = ephemeral.webPort = ephemeral.collectPort = 0;
-    quillgate::devserver::DevServer other(ephemeral);
+TEST(Serve, RefusesATakenPortWithoutServing) {
+    quillgate::devserver::DevServer other(quillgate::testing::ephemeralService());
     ASSERT_TRUE(other.start());
     const HostRun taken = run({"serve", "--api-port", std::to_string(other.apiPort()), "--web-port",
                                "0", "--collect-port", "0", "--quiet"});
