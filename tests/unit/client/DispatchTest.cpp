@@ -135,26 +135,32 @@ class DispatchTest : public testing::ClientTest {
 
 // ---- Routing -------------------------------------------------------------------------------
 
-TEST_F(DispatchTest, EveryTemplateNameReachesItsScreenInAnyCase) {
+TEST_F(DispatchTest, EveryTemplateNameReachesItsScreenInAnyCaseAndReadsItsDisplayType) {
+    using enum PAYWALLTYPE;
     struct Row {
         std::string name;
         std::string line;  // empty: not checked
         std::string screen;
+        std::optional<std::string> displayType;  // read exactly
+        PAYWALLTYPE shownAs;
     };
     const std::vector<Row> rows = {
-        {"3A", "TEMPLATE3A", "CTA3ViewController"},
-        {"4A", "TEMPLATE4A", "CTA4ViewController"},
-        {"5a", "TEMPLATE5A", "CTA5ViewController"},
-        {"7A", "TEMPLATE7A", "CTA7ViewController"},
-        {"8a", "TEMPLATE8A", "CTA8ViewController"},
-        {"RG4", "TEMPLATERG4", "RGViewController"},
-        {"rg5", "", "RGViewController"},
-        {"RG6", "TEMPLATERG6", "RGViewController"},
-        {"13A", "TEMPLATE13A", "CTA13ViewController"},
-        {"15a", "TEMPLATE15A", "CTA15ViewController"},
-        {"DONT_EDIT_THIS_WALL_APP", "ZELPAYWALL", "ZelViewController"},
-        {"dont_edit_this_wall_app", "ZELPAYWALL", "ZelViewController"},
+        {"3A", "TEMPLATE3A", "CTA3ViewController", {}, INARTICLE},
+        {"4A", "TEMPLATE4A", "CTA4ViewController", "FULLPAGE", FULLPAGE},
+        {"5a", "TEMPLATE5A", "CTA5ViewController", "POPUP", POPUP},
+        {"7A", "TEMPLATE7A", "CTA7ViewController", "popup", INARTICLE},
+        {"8a", "TEMPLATE8A", "CTA8ViewController", {}, INARTICLE},
+        {"RG4", "TEMPLATERG4", "RGViewController", {}, INARTICLE},
+        {"rg5", "", "RGViewController", {}, INARTICLE},
+        {"RG6", "TEMPLATERG6", "RGViewController", {}, INARTICLE},
+        {"13A", "TEMPLATE13A", "CTA13ViewController", {}, INARTICLE},
+        {"15a", "TEMPLATE15A", "CTA15ViewController", {}, INARTICLE},
+        {"DONT_EDIT_THIS_WALL_APP", "ZELPAYWALL", "ZelViewController", {}, INARTICLE},
+        {"dont_edit_this_wall_app", "ZELPAYWALL", "ZelViewController", {}, INARTICLE},
     };
+    const std::map<PAYWALLTYPE, std::string> shownLine = {{INARTICLE, "Showing in-article paywall"},
+                                                          {FULLPAGE, "Showing full-page paywall"},
+                                                          {POPUP, "Showing popup paywall"}};
     auto& c = client();
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -162,7 +168,15 @@ TEST_F(DispatchTest, EveryTemplateNameReachesItsScreenInAnyCase) {
         c.parentView = std::make_shared<ui::View>();
         c.customPayWallVC.reset();
         c.isNeedToShowPaywall = true;
-        auto model = templateNamed(row.name);
+        c.paywallDisplayType = FULLPAGE;
+        auto model = wallConfig([&](json& b) {
+            auto& wall = mobileOf(b)["templateId"];
+            wall["name"] = row.name;
+            if (row.displayType)
+                wall["displayType"] = *row.displayType;
+            else
+                wall.erase("displayType");
+        });
 
         Access::presentCustomizePayWall(c, model);
 
@@ -172,6 +186,8 @@ TEST_F(DispatchTest, EveryTemplateNameReachesItsScreenInAnyCase) {
         if (!row.line.empty()) {
             EXPECT_TRUE(tp.printed(row.line));
         }
+        EXPECT_EQ(c.paywallDisplayType, row.shownAs);
+        EXPECT_TRUE(tp.printed(shownLine.at(row.shownAs)));
         EXPECT_EQ(c.customPayWallVC->customizePayWallModel(), model);
         EXPECT_EQ(c.customPayWallVC->delegate().lock().get(),
                   static_cast<quillgateVCDelegate*>(&c));
@@ -188,30 +204,6 @@ TEST_F(DispatchTest, EveryTemplateNameReachesItsScreenInAnyCase) {
         c, wallConfig([](json& b) { b["data"]["name"] = "Dont_Edit_This_Wall_App"; }));
     EXPECT_EQ(wallClass(), "ZelViewController");
     EXPECT_EQ(c.paywallName, "Dont_Edit_This_Wall_App");
-}
-
-TEST_F(DispatchTest, DisplayTypeIsReadExactlyAndDefaultsToInArticle) {
-    struct Row {
-        std::optional<std::string> displayType;
-        PAYWALLTYPE expected;
-        std::string line;
-    };
-    const std::vector<Row> rows = {
-        {std::nullopt, PAYWALLTYPE::INARTICLE, "Showing in-article paywall"},
-        {"FULLPAGE", PAYWALLTYPE::FULLPAGE, "Showing full-page paywall"},
-        {"POPUP", PAYWALLTYPE::POPUP, "Showing popup paywall"},
-        {"popup", PAYWALLTYPE::INARTICLE, "Showing in-article paywall"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.displayType.value_or("absent"));
-        tp.clearLines();
-        client().parentView = std::make_shared<ui::View>();
-        client().paywallDisplayType = PAYWALLTYPE::FULLPAGE;
-        Access::presentCustomizePayWall(client(),
-                                        wallWith("/templateId/displayType", row.displayType));
-        EXPECT_EQ(client().paywallDisplayType, row.expected);
-        EXPECT_TRUE(tp.printed(row.line));
-    }
 }
 
 TEST_F(DispatchTest, MissingWallActionTemplateTypeOrCtaStopsWithItsLine) {

@@ -295,7 +295,7 @@ TEST_F(SignInTest, OnlyLoginFlowOpensItsPageWithoutAChallenge) {
     EXPECT_FALSE(Constants::loginChallenge());
 }
 
-TEST_F(SignInTest, AutoLogInEncodesTheEmailBeforeCheckingItsArguments) {
+TEST_F(SignInTest, AutoLogInEncodesTheEmailFirstAndOpensItsPageAfterTheChallenge) {
     const std::vector<std::pair<std::optional<std::string>, std::string>> cases = {
         {std::nullopt, ""},
         {"a", "YQ=="},
@@ -309,11 +309,10 @@ TEST_F(SignInTest, AutoLogInEncodesTheEmailBeforeCheckingItsArguments) {
     }
     EXPECT_EQ(client().clientID, "client-9");
     EXPECT_EQ(client().autoLogInDelegate.lock(), host);
-    EXPECT_EQ(tp.http().requestCount(), 0u);
+    EXPECT_EQ(tp.http().requestCount(), 0u) << "no article: nothing sent";
     EXPECT_FALSE(Constants::loginChallenge());
-}
 
-TEST_F(SignInTest, AutoLogInOpensItsPageAfterTheChallengeIsAccepted) {
+    // With an article the page opens once the challenge is accepted.
     client().autoLogIn("article-2", "client-2", "token-reader", "reader@quillgate.test",
                        "9876543210", parent, host);
     const auto posts = tp.http().requestsTo("/login-challenge");
