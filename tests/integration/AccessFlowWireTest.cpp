@@ -2,7 +2,6 @@
 // article per test, walked from showPayWall (or initSubscriptions) to what the host hears and
 // which request comes next.
 
-#include <httplib.h>
 #include <nlohmann/json.hpp>
 
 #include "quillgate/service/Constants.h"
@@ -15,26 +14,20 @@ using nlohmann::json;
 
 class AccessFlowWireTest : public LoopbackClientTest {
   protected:
-    // Signs a reader in on the service's web page for a challenge stored on the device, the
-    // way the web flow would: register the challenge, follow the page's sign-in choice.
+    // A challenge stored on the device that the service has seen signed in, as after the web
+    // flow's sign-in page.
     void signInThroughChallenge(const std::string& contentID) {
         Constants::setLoginChallenge("challenge-wire-1");
-        httplib::Client api("127.0.0.1", dev.apiPort());
-        ASSERT_TRUE(api.Post("/api/v1/login-challenge",
-                             json{{"redirectTo", "orvelant://home?id=" + contentID},
-                                  {"loginChallengeId", "challenge-wire-1"}}
-                                 .dump(),
-                             "application/json"));
-        httplib::Client web("127.0.0.1", dev.webPort());
-        const httplib::Params query = {{"clientId", kDemoClient},
-                                       {"clientContentId", contentID},
-                                       {"loginChallenge", "challenge-wire-1"},
-                                       {"choice", "login"},
-                                       {"email", "subscriber@quillgate.test"}};
-        auto chosen = web.Get(httplib::append_query_params("/overlay/choose", query));
-        ASSERT_TRUE(chosen);
-        ASSERT_EQ(chosen->status, 302);
-        dev.controls().clearRequests();
+        ASSERT_EQ(dev.service()
+                      .postLoginChallenge(json{{"redirectTo", "orvelant://home?id=" + contentID},
+                                               {"loginChallengeId", "challenge-wire-1"}}
+                                              .dump())
+                      .status,
+                  201);
+        ASSERT_TRUE(
+            dev.service()
+                .signIn(kDemoClient, {"subscriber@quillgate.test", "", ""}, "challenge-wire-1")
+                .ok);
     }
 
     void addFault(const json& spec) {

@@ -124,10 +124,6 @@ class DevServerTest : public ::testing::Test {
 };
 
 TEST_F(DevServerTest, EveryRouteAnswersABodyTheLibraryDecodes) {
-    for (const char* id : {"free-article", "free-with-popup", "metered-1", "premium-3a",
-                           "regwall-rg4", "bundle-weekend", "premium-no-journey"}) {
-        EXPECT_TRUE(journey(id).content) << id;
-    }
     // Each paywall action names its template.
     const std::vector<std::pair<std::string, std::string>> templates = {
         {"pw-3a", "3A"},   {"pw-4a", "4A"},   {"pw-5a", "5A"},      {"pw-7a", "7A"},

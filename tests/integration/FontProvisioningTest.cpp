@@ -104,7 +104,7 @@ class FontProvisioningTest : public ::testing::Test {
     std::thread::id completionThread;
 };
 
-TEST_F(FontProvisioningTest, AFamilyOnDiskIsRegisteredAndNotDownloaded) {
+TEST_F(FontProvisioningTest, AFamilyOnDiskIsNotDownloadedButTheFixedFacesAreOnEveryPaywall) {
     fs::copy_file(testing::systemFontFile("Roboto-Regular.ttf"),
                   documents() / "Roboto-Regular.ttf");
     provision(model({"Roboto"}));
@@ -114,6 +114,21 @@ TEST_F(FontProvisioningTest, AFamilyOnDiskIsRegisteredAndNotDownloaded) {
     EXPECT_TRUE(fonts->isRegistered("Roboto-Regular"));
     EXPECT_TRUE(server.requestsTo(kRobotoPath).empty());
     EXPECT_EQ(server.requestCount(), 5u);  // the fixed faces only
+    EXPECT_TRUE(tp.printed("DejaVuSans.ttf downloaded and saved successfully: DejaVuSans.ttf"));
+    EXPECT_TRUE(tp.printed("Merriweather-Regular downloaded and saved successfully"));
+    for (const char* face :
+         {"DejaVuSans", "Roboto-Black", "Roboto-BlackItalic", "Roboto-Bold", "Roboto-Medium"}) {
+        EXPECT_TRUE(fonts->isRegistered(face)) << face;
+        EXPECT_TRUE(fs::exists(documents() / (std::string(face) + ".ttf"))) << face;
+    }
+
+    // Looked for as Merriweather-Regular-Regular.ttf, which is never there.
+    tp.clearLines();
+    provision(model({"Roboto"}));
+    EXPECT_EQ(server.requestsTo(kMerriweatherRegularPath).size(), 2u);
+    EXPECT_EQ(server.requestCount(), 10u);
+    EXPECT_TRUE(tp.printed("Font already registered: DejaVuSans.ttf"));
+    EXPECT_TRUE(tp.printed("Error downloading or saving the Merriweather-Regular file"));
 }
 
 TEST_F(FontProvisioningTest, UnknownAndDamagedFamiliesFailWithoutStoppingTheRest) {
@@ -128,26 +143,6 @@ TEST_F(FontProvisioningTest, UnknownAndDamagedFamiliesFailWithoutStoppingTheRest
     EXPECT_TRUE(fonts->isRegistered("Roboto-Medium"));
 }
 
-TEST_F(FontProvisioningTest, WithoutTypographyTheFixedFacesAreFetchedOnEveryPaywall) {
-    provision(CustomizePayWallModel{});
-    EXPECT_EQ(server.requestCount(), 5u);
-    EXPECT_TRUE(tp.printed("DejaVuSans.ttf downloaded and saved successfully: DejaVuSans.ttf"));
-    EXPECT_TRUE(tp.printed("Merriweather-Regular downloaded and saved successfully"));
-    for (const char* face :
-         {"DejaVuSans", "Roboto-Black", "Roboto-BlackItalic", "Roboto-Bold", "Roboto-Medium"}) {
-        EXPECT_TRUE(fonts->isRegistered(face)) << face;
-        EXPECT_TRUE(fs::exists(documents() / (std::string(face) + ".ttf"))) << face;
-    }
-
-    // Looked for as Merriweather-Regular-Regular.ttf, which is never there.
-    tp.clearLines();
-    provision(CustomizePayWallModel{});
-    EXPECT_EQ(server.requestsTo(kMerriweatherRegularPath).size(), 2u);
-    EXPECT_EQ(server.requestCount(), 10u);
-    EXPECT_TRUE(tp.printed("Font already registered: DejaVuSans.ttf"));
-    EXPECT_TRUE(tp.printed("Error downloading or saving the Merriweather-Regular file"));
-}
-
 TEST_F(FontProvisioningTest, TenStylesOfOneFamilyJoinOnceOnTheMainThread) {
     provision(model({"Roboto", "Roboto", "Roboto", "Roboto", "Roboto", "Roboto", "Roboto", "Roboto",
                      "Roboto", "Roboto"}));
@@ -157,15 +152,13 @@ TEST_F(FontProvisioningTest, TenStylesOfOneFamilyJoinOnceOnTheMainThread) {
     EXPECT_EQ(tp.countPrinted("Error downloading or saving the Roboto file"), 9u);
     // The later ones find the file there, report it, and register it all the same.
     const auto lines = tp.lines();
-    EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
-                            [](const std::string& l) {
-                                return l.rfind("Error moving font file: “", 0) == 0 &&
-                                       l.find(
-                                           "” couldn’t be moved to “Documents” because an item "
-                                           "with the same name already exists.") !=
-                                           std::string::npos;
-                            }),
-              9);
+    const auto movedOntoItself = [](const std::string& l) {
+        return l.starts_with("Error moving font file: “") &&
+               l.ends_with(
+                   "” couldn’t be moved to “Documents” because an item with the same "
+                   "name already exists.");
+    };
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), movedOntoItself), 9);
     EXPECT_EQ(tp.countPrinted("Font already registered: Roboto-Regular.ttf"), 9u);
     EXPECT_TRUE(fonts->isRegistered("Roboto-Regular"));
 

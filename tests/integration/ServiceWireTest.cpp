@@ -1,11 +1,13 @@
-// The service layer against a real HTTP server on loopback, through the curl session: what
-// arrives on the wire for each kind of request the client builds.
+// The service layer and the event reports against a real HTTP server on loopback, through the
+// curl session: what arrives on the wire, and how the answer's status reads back.
 
+#include <atomic>
 #include <chrono>
 #include <set>
 
 #include <gtest/gtest.h>
 
+#include "quillgate/analytics/EventManager.h"
 #include "quillgate/client/QuillgateClient.h"
 #include "quillgate/platform/Url.h"
 #include "quillgate/platform/linux/CurlHttpSession.h"
@@ -23,15 +25,19 @@ using platform::url::QueryItems;
 class ServiceWireTest : public ::testing::Test {
   protected:
     ServiceWireTest() {
-        const auto answer = [](const httplib::Request&, httplib::Response& res) {
+        const auto answer = [this](const httplib::Request&, httplib::Response& res) {
+            res.status = status.load();
             res.set_content("{}", "application/json");
         };
         server.get(".*", answer);
         server.post(".*", answer);
         server.start();
         tp.useHttp(std::make_shared<platform::CurlHttpSession>());
-        QuillgateClient::shared().deployment.local.apiBase = server.url("/api/v1");
-        QuillgateClient::shared().configure(Mode::local, "client-1");
+        auto& client = QuillgateClient::shared();
+        client.deployment.local.apiBase = server.url("/api/v1");
+        client.deployment.local.collectionAddress = server.url("/collect/event");
+        client.configure(Mode::local, "client-1");
+        client.contentID = "article-9";
     }
 
     // Sends `request` and waits (on the main queue) until its completion has run. A
@@ -54,6 +60,12 @@ class ServiceWireTest : public ::testing::Test {
         return names;
     }
 
+    // Waits on the main queue until `line` has been printed.
+    bool waitForLine(const std::string& line) {
+        return tp.loop().runUntil([&] { return tp.printed(line); }, std::chrono::seconds(10));
+    }
+
+    std::atomic<int> status{200};
     testing::LoopbackServer server;  // before the platform: outlives the session's connections
     testing::TestPlatform tp;
 };
@@ -89,6 +101,28 @@ TEST_F(ServiceWireTest, JourneyAndPostRequestsArriveAsBuiltWithExactlyTheirHeade
     EXPECT_EQ(json::parse(post.body), challenge);
     EXPECT_EQ(headerNames(post), (std::set<std::string>{"Host", "accept", "Content-Type",
                                                         "User-Agent", "Content-Length"}));
+}
+
+TEST_F(ServiceWireTest, EventArrivesAsJsonAndOnlyTwoHundredsCountAsLogged) {
+    status = 201;
+    EventManager::shared().logEventVIEW(EventLocation::PAGE);
+    ASSERT_TRUE(waitForLine("Log Event"));
+    const auto received = server.requestsTo("/collect/event");
+    ASSERT_EQ(received.size(), 1u);
+    EXPECT_EQ(received[0].method, "POST");
+    EXPECT_EQ(received[0].header("Content-Type"), "application/json");
+    const json m = json::parse(received[0].body)["messageBody"][0];
+    EXPECT_TRUE(m["scrollDepth"].is_number_integer());
+    EXPECT_TRUE(m["premiumContent"].is_number_integer());
+    EXPECT_TRUE(m["tags"].is_array());
+    EXPECT_EQ(m["contentId"], "article-9");
+
+    // No content is a failure.
+    status = 204;
+    EventManager::shared().logEventCLICK("SUBS", EventLocation::PAYWALL);
+    ASSERT_TRUE(waitForLine("Unable to Log Event"));
+    EXPECT_TRUE(tp.printed("someThingWentWrong"));
+    EXPECT_EQ(tp.countPrinted("Log Event"), 1u);
 }
 
 }  // namespace

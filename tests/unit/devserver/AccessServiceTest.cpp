@@ -3,13 +3,14 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <string>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 #include <nlohmann/json.hpp>
 
 #include "quillgate/records/RecordCoding.h"
+#include "tests/support/FontFiles.h"
 #include "tools/devserver/AccessService.h"
 #include "tools/devserver/Controls.h"
 #include "tools/devserver/DevServer.h"
@@ -291,54 +292,40 @@ TEST(FaultSpecTest, FaultsMatchByServerMethodAndPathAndWearOut) {
     EXPECT_EQ(body->message, std::vector<std::string>{"Forced by a test control"});
 }
 
-// A data directory with one file replaced.
-class BrokenDataTest : public ::testing::Test {
-  protected:
-    BrokenDataTest() {
-        dir_ = std::filesystem::temp_directory_path() /
-               ("quillgate-devserver-data-" +
-                std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "-" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        std::filesystem::remove_all(dir_);
-        std::filesystem::copy(DevServer::defaultDataDir(), dir_,
-                              std::filesystem::copy_options::recursive);
-    }
-    ~BrokenDataTest() override { std::filesystem::remove_all(dir_); }
-
-    void edit(const std::string& file, const std::function<void(nlohmann::json&)>& change) {
-        nlohmann::json body;
-        {
-            std::ifstream in(dir_ / file);
-            in >> body;
-        }
+// A copy of the scenario data, broken one file at a time.
+TEST(ScenarioLoadTest, BrokenDataIsRefusedWithItsPlace) {
+    namespace fs = std::filesystem;
+    const fs::path dir =
+        fs::temp_directory_path() / ("quillgate-devserver-data-" + std::to_string(::getpid()));
+    fs::remove_all(dir);
+    fs::copy(DevServer::defaultDataDir(), dir, fs::copy_options::recursive);
+    // The load's error with `file` changed; the file is whole again afterwards.
+    const auto broken = [&](const std::string& file, auto change) {
+        const fs::path original = DevServer::defaultDataDir() / file;
+        auto body = nlohmann::json::parse(testing::fileContent(original));
         change(body);
-        std::ofstream(dir_ / file) << body.dump(2);
-    }
+        std::ofstream(dir / file) << body.dump(2);
+        const std::string error = loadScenario(dir).error;
+        fs::copy_file(original, dir / file, fs::copy_options::overwrite_existing);
+        return error;
+    };
 
-    std::filesystem::path dir_;
-};
-
-TEST_F(BrokenDataTest, ABodyTheLibraryCouldNotDecodeIsRefusedWithItsPlace) {
-    edit("paywalls.json", [](nlohmann::json& body) {
-        body["paywalls"][0]["config"]["data"]["configuration"]["mobile"]["json"] = {
-            {"styleForBackground", {{"border", {{"mainDiv", {{"radius", "4"}}}}}}}};
-    });
-    const ScenarioLoad load = loadScenario(dir_);
-    EXPECT_FALSE(load.scenario);
-    EXPECT_EQ(load.error,
-              "paywalls.json: pw-3a: config: "
-              "data.configuration.mobile.json.styleForBackground.border.mainDiv.radius: Expected "
-              "to decode Int but found a string instead.");
-}
-
-TEST_F(BrokenDataTest, DanglingReferencesAndMissingFilesAreRefused) {
-    edit("articles.json",
-         [](nlohmann::json& body) { body["articles"][0]["paywall"] = "pw-nowhere"; });
-    EXPECT_EQ(loadScenario(dir_).error,
+    EXPECT_EQ(
+        broken("paywalls.json",
+               [](nlohmann::json& body) {
+                   body["paywalls"][0]["config"]["data"]["configuration"]["mobile"]["json"] = {
+                       {"styleForBackground", {{"border", {{"mainDiv", {{"radius", "4"}}}}}}}};
+               }),
+        "paywalls.json: pw-3a: config: "
+        "data.configuration.mobile.json.styleForBackground.border.mainDiv.radius: Expected "
+        "to decode Int but found a string instead.");
+    EXPECT_EQ(broken("articles.json",
+                     [](nlohmann::json& body) { body["articles"][0]["paywall"] = "pw-nowhere"; }),
               "articles.json: free-article: unknown paywall \"pw-nowhere\"");
-    std::filesystem::remove(dir_ / "users.json");
-    EXPECT_EQ(loadScenario(dir_).error, "users.json: cannot be read");
-    EXPECT_EQ(loadScenario(dir_ / "nowhere").error.rfind("no data directory at ", 0), 0u);
+    fs::remove(dir / "users.json");
+    EXPECT_EQ(loadScenario(dir).error, "users.json: cannot be read");
+    EXPECT_EQ(loadScenario(dir / "nowhere").error.rfind("no data directory at ", 0), 0u);
+    fs::remove_all(dir);
 }
 
 }  // namespace
