@@ -1,5 +1,6 @@
-// The host's commands run in-process on strings: decode against the service's sample bodies,
-// --version and --help, and the usage errors of every command.
+// The host's commands run in-process on strings: the demo's story with the local access service
+// on ephemeral loopback ports, decode against the service's sample bodies, --version and
+// --help, and the usage errors of every command.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -12,12 +13,15 @@
 #include "tests/support/FontFiles.h"
 #include "tests/support/LocalService.h"
 #include "tools/devserver/DevServer.h"
+#include "tools/quillgate/Commands.h"
 #include "tools/quillgate/Host.h"
 
 namespace {
 
 using ::testing::AllOf;
+using ::testing::Contains;
 using ::testing::HasSubstr;
+using ::testing::IsSupersetOf;
 using ::testing::MatchesRegex;
 using ::testing::Not;
 using ::testing::StartsWith;
@@ -28,15 +32,76 @@ struct HostRun {
     std::string err;
 };
 
-HostRun run(const std::vector<std::string>& args, const std::string& input = "") {
-    std::istringstream in(input);
+// Runs `command` on string streams.
+template <class Command>
+HostRun capture(Command command) {
     std::ostringstream out;
     std::ostringstream err;
     HostRun result;
-    result.status = quillgate::host::runHost(args, in, out, err);
+    result.status = command(out, err);
     result.out = out.str();
     result.err = err.str();
     return result;
+}
+
+HostRun run(const std::vector<std::string>& args, const std::string& input = "") {
+    std::istringstream in(input);
+    return capture([&](std::ostream& out, std::ostream& err) {
+        return quillgate::host::runHost(args, in, out, err);
+    });
+}
+
+HostRun demo(const quillgate::host::DemoPorts& ports) {
+    return capture([&](std::ostream& out, std::ostream& err) {
+        return quillgate::host::runDemo({}, out, err, ports);
+    });
+}
+
+// The story's own lines (headings, screens, verdicts, the collection), without the library's.
+std::vector<std::string> storyLines(const std::string& out) {
+    std::vector<std::string> lines;
+    std::istringstream stream(out);
+    for (std::string line; std::getline(stream, line);) {
+        for (const char* prefix : {"== ", "-- ", "screen: ", "collected: ", "failed: "}) {
+            if (line.starts_with(prefix)) {
+                lines.push_back(line);
+            }
+        }
+    }
+    return lines;
+}
+
+TEST(Demo, StoryRunsToItsEndAsExpected) {
+    const HostRun run = demo({0, 0, 0});
+    const auto lines = storyLines(run.out);
+
+    EXPECT_EQ(run.status, 0) << run.err << ::testing::PrintToString(lines);
+    EXPECT_THAT(lines, Contains(StartsWith("== The story ran as expected")));
+    EXPECT_THAT(lines, Not(Contains(StartsWith("-- NOT AS EXPECTED"))));
+    // The chapters' screens, in the story's order.
+    EXPECT_THAT(lines, IsSupersetOf({"screen: BannerViewController tag 9988",
+                                     "screen: CTA3ViewController tag 9988",
+                                     "screen: QuillgateStatusVC tag 9988"}));
+    EXPECT_THAT(lines, Contains("screen: none")) << "the bought article is let in";
+    EXPECT_THAT(lines, Contains("collected: EXIT PAGE x1"));
+}
+
+// A taken port ends the demo before any chapter, and `serve` before it serves.
+TEST(Host, TakenPortIsRefusedWithoutServing) {
+    quillgate::devserver::DevServer other(quillgate::testing::ephemeralService());
+    ASSERT_TRUE(other.start());
+
+    const HostRun story = demo({0, other.webPort(), 0});
+    EXPECT_EQ(story.status, 1);
+    EXPECT_THAT(story.err, HasSubstr("cannot start the local access service"));
+    EXPECT_THAT(story.err, HasSubstr(std::to_string(other.webPort())));
+    EXPECT_THAT(storyLines(story.out), Not(Contains(StartsWith("== Chapter"))));
+
+    const HostRun serve = run({"serve", "--api-port", std::to_string(other.apiPort()), "--web-port",
+                               "0", "--collect-port", "0", "--quiet"});
+    EXPECT_EQ(serve.status, 1);
+    EXPECT_THAT(serve.err, StartsWith("quillgate serve: "));
+    EXPECT_THAT(serve.out, Not(HasSubstr("Press Ctrl-C")));
 }
 
 const std::string kRecords = std::string(QUILLGATE_TEST_DATA_DIR) + "/records/";
@@ -144,7 +209,6 @@ TEST(Host, UsageErrorsRunNothing) {
     const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{}, "a command is needed"},
         {{"frobnicate"}, "unknown command \"frobnicate\""},
-        {{"--verbose"}, "unknown command"},
         {{"--version", "x"}, "--version takes no arguments"},
         {{"demo", "--fast"}, "demo takes no arguments"},
         {{"decode", "--as", "LogoutModel", missing}, "cannot read \"" + missing + "\""},
@@ -185,16 +249,6 @@ TEST(Host, UsageErrorsRunNothing) {
         args.insert(args.end(), options.begin(), options.end());
         expectUsage(args, "read: " + message);
     }
-}
-
-TEST(Serve, RefusesATakenPortWithoutServing) {
-    quillgate::devserver::DevServer other(quillgate::testing::ephemeralService());
-    ASSERT_TRUE(other.start());
-    const HostRun taken = run({"serve", "--api-port", std::to_string(other.apiPort()), "--web-port",
-                               "0", "--collect-port", "0", "--quiet"});
-    EXPECT_EQ(taken.status, 1);
-    EXPECT_THAT(taken.err, StartsWith("quillgate serve: "));
-    EXPECT_THAT(taken.out, Not(HasSubstr("Press Ctrl-C")));
 }
 
 }  // namespace
