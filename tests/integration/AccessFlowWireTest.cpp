@@ -39,9 +39,9 @@ class AccessFlowWireTest : public LoopbackClientTest {
                 .ok);
     }
 
-    void addFault(const json& spec) {
+    void addFault(const json& form) {
         std::string error;
-        auto fault = devserver::Controls::parseFault(spec, error);
+        auto fault = devserver::Controls::parseFault(form, error);
         ASSERT_TRUE(fault) << error;
         dev.controls().addFault(*fault);
     }

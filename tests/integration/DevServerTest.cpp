@@ -283,8 +283,8 @@ TEST_F(DevServerTest, PagesRefuseWhatTheyCannotDoAndCancelLeavesTheChallengeAlon
 }
 
 TEST_F(DevServerTest, FaultsShapeTheNextAnswersOfARoute) {
-    auto addFault = [&](const Json& spec) {
-        auto res = web_.Post("/__control/faults", spec.dump(), "application/json");
+    auto addFault = [&](const Json& form) {
+        auto res = web_.Post("/__control/faults", form.dump(), "application/json");
         ASSERT_TRUE(res);
         ASSERT_EQ(res->status, 201) << res->body;
     };

@@ -244,7 +244,7 @@ TEST(TimerTimeTest, WritesTheFormTheTimerTemplatesParse) {
     EXPECT_EQ(isoTime(moment), "2024-02-29T13:05:09.000Z");
 }
 
-TEST(FaultSpecTest, ReadsTheControlFormAndRefusesWhatItCannotForce) {
+TEST(FaultControlTest, ReadsTheControlFormAndRefusesWhatItCannotForce) {
     std::string error;
     auto fault = Controls::parseFault(
         nlohmann::json::parse(R"({"path": "/api/v1/content", "method": "post", "fault": "delay",
@@ -266,14 +266,14 @@ TEST(FaultSpecTest, ReadsTheControlFormAndRefusesWhatItCannotForce) {
          "\"delayMs\" must be a whole number"},
         {R"([])", "a fault is a JSON object"},
     };
-    for (const auto& [spec, message] : refused) {
+    for (const auto& [form, message] : refused) {
         error.clear();
-        EXPECT_FALSE(Controls::parseFault(nlohmann::json::parse(spec), error)) << spec;
+        EXPECT_FALSE(Controls::parseFault(nlohmann::json::parse(form), error)) << form;
         EXPECT_EQ(error, message);
     }
 }
 
-TEST(FaultSpecTest, FaultsMatchByServerMethodAndPathAndWearOut) {
+TEST(FaultControlTest, FaultsMatchByServerMethodAndPathAndWearOut) {
     Controls controls;
     controls.addFault(Fault{"", "api", "GET", "/api/v1/login-challenge/*", FaultKind::status, 404,
                             std::nullopt, "", 0, 2});
