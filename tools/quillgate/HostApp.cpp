@@ -37,38 +37,47 @@ std::string describeFloat(double value) {
 
 // ---- Counting the transfers ------------------------------------------------------------------
 
+// Counts the requests under way, so that the host can wait until the library has nothing in
+// flight. A request counts as done only after its completion has handed the answer to the main
+// queue; the main queue is then woken once more, so a loop waiting for nothing in flight sees
+// the count drop instead of sleeping until its time limit.
 class CountingHttpSession final : public platform::HttpSession {
   public:
-    explicit CountingHttpSession(std::shared_ptr<platform::HttpSession> inner)
-        : inner_(std::move(inner)) {}
+    CountingHttpSession(std::shared_ptr<platform::HttpSession> inner,
+                        std::shared_ptr<platform::RunLoop> mainQueue)
+        : inner_(std::move(inner)), mainQueue_(std::move(mainQueue)) {}
 
     void dataTask(platform::HttpRequest request,
                   std::function<void(platform::HttpResult)> completion) override {
         ++*count_;
-        inner_->dataTask(std::move(request), [count = count_, completion = std::move(completion)](
-                                                 platform::HttpResult result) {
-            completion(std::move(result));
-            --*count;
-        });
+        inner_->dataTask(std::move(request), counted(std::move(completion)));
     }
 
     void downloadTask(platform::HttpRequest request,
                       std::function<void(platform::DownloadResult)> completion) override {
         ++*count_;
-        inner_->downloadTask(
-            std::move(request),
-            [count = count_, completion = std::move(completion)](platform::DownloadResult result) {
-                completion(std::move(result));
-                --*count;
-            });
+        inner_->downloadTask(std::move(request), counted(std::move(completion)));
     }
 
     int inFlight() const { return count_->load(); }
 
   private:
+    template <typename Result>
+    std::function<void(Result)> counted(std::function<void(Result)> completion) const {
+        return [count = count_, queue = mainQueue_,
+                completion = std::move(completion)](Result result) {
+            completion(std::move(result));
+            --*count;
+            if (queue) {
+                queue->async([] {});
+            }
+        };
+    }
+
     // Shared with the completions, which the inner session may call while it is torn down.
     std::shared_ptr<std::atomic<int>> count_ = std::make_shared<std::atomic<int>>(0);
     std::shared_ptr<platform::HttpSession> inner_;
+    std::shared_ptr<platform::RunLoop> mainQueue_;
 };
 
 // ---- The delegates ---------------------------------------------------------------------------
@@ -228,7 +237,7 @@ HostApp::HostApp(std::ostream& out, HostSetup setup) : transcript_(out) {
     if (setup.adjust) {
         setup.adjust(*platform);
     }
-    http_ = std::make_shared<CountingHttpSession>(platform->http);
+    http_ = std::make_shared<CountingHttpSession>(platform->http, platform->runLoop);
     platform->http = http_;
     platform->logSink = [this](std::string_view line) { transcript_.write(line); };
     platform::install(platform);
