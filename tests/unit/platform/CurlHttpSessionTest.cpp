@@ -10,18 +10,19 @@
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <future>
-#include <sstream>
 #include <thread>
 
+#include "tests/support/FontFiles.h"
 #include "tests/support/LoopbackServer.h"
 
 namespace quillgate::platform {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using testing::LoopbackServer;
+using ::testing::Not;
 using ::testing::Pair;
 
 // Completions arrive on the session's thread; the test thread waits for them with a bound
@@ -66,33 +67,30 @@ HttpRequest request(std::string url, std::string method = "GET") {
 class CurlHttpSessionTest : public ::testing::Test {
   protected:
     CurlHttpSessionTest() {
-        server.get("/hello", [](const httplib::Request&, httplib::Response& res) {
+        using Response = httplib::Response;
+        const auto text = [](int status, std::string body) {
+            return [=](const httplib::Request&, Response& res) {
+                res.status = status;
+                res.set_content(body, "text/plain");
+            };
+        };
+        const auto redirect = [](const char* to, int status) {
+            return [=](const httplib::Request&, Response& res) { res.set_redirect(to, status); };
+        };
+        server.get("/hello", [](const httplib::Request&, Response& res) {
             res.set_header("X-Answer", "42");
             res.set_content("hi there", "text/plain");
         });
-        server.get("/echo", [](const httplib::Request&, httplib::Response& res) {
-            res.set_content("get", "text/plain");
-        });
-        server.post("/echo", [](const httplib::Request& req, httplib::Response& res) {
+        server.get("/echo", text(200, "get"));
+        server.post("/echo", [](const httplib::Request& req, Response& res) {
             res.set_content(req.body, "application/json");
         });
-        server.get("/broken", [](const httplib::Request&, httplib::Response& res) {
-            res.status = 500;
-            res.set_content("{\"error\":\"boom\"}", "application/json");
-        });
-        server.get("/slow", [this](const httplib::Request&, httplib::Response& res) {
-            server.holdUntilReleased();
-            res.set_content("late", "text/plain");
-        });
-        server.get("/old", [](const httplib::Request&, httplib::Response& res) {
-            res.set_redirect("/hello", 302);
-        });
-        server.post("/form", [](const httplib::Request&, httplib::Response& res) {
-            res.set_redirect("/echo", 303);
-        });
-        server.post("/moved", [](const httplib::Request&, httplib::Response& res) {
-            res.set_redirect("/echo", 307);
-        });
+        server.get("/broken", text(500, "{\"error\":\"boom\"}"));
+        server.get("/slow",
+                   [this](const httplib::Request&, Response&) { server.holdUntilReleased(); });
+        server.get("/old", redirect("/hello", 302));
+        server.post("/form", redirect("/echo", 303));
+        server.post("/moved", redirect("/echo", 307));
         server.start();
     }
 
@@ -100,61 +98,49 @@ class CurlHttpSessionTest : public ::testing::Test {
     std::unique_ptr<CurlHttpSession> session = std::make_unique<CurlHttpSession>();
 };
 
-TEST_F(CurlHttpSessionTest, AnswerCarriesStatusHeadersBodyAndAddress) {
-    const HttpResult result = fetch(*session, request(server.url("/hello")));
+TEST_F(CurlHttpSessionTest, AnswerCarriesStatusHeadersBodyAndAddressOffTheCallersThread) {
+    Awaited<HttpResult> done;
+    session->dataTask(request(server.url("/hello")), done.completion());
+    const HttpResult result = done.get();
+    EXPECT_NE(done.threadId(), std::this_thread::get_id());
     ASSERT_FALSE(result.error);
     ASSERT_TRUE(result.response);
     EXPECT_EQ(result.response->statusCode, 200);
     EXPECT_EQ(result.response->url, server.url("/hello"));
-    EXPECT_THAT(result.response->headers, ::testing::Contains(Pair("X-Answer", "42")));
+    EXPECT_THAT(result.response->headers, Contains(Pair("X-Answer", "42")));
     EXPECT_EQ(result.body, "hi there");
+
+    // A server error is an answer like any other.
+    const HttpResult broken = fetch(*session, request(server.url("/broken")));
+    ASSERT_FALSE(broken.error);
+    ASSERT_TRUE(broken.response);
+    EXPECT_EQ(broken.response->statusCode, 500);
+    EXPECT_EQ(broken.body, "{\"error\":\"boom\"}");
 }
 
-TEST_F(CurlHttpSessionTest, ServerErrorArrivesAsStatusAndBody) {
-    const HttpResult result = fetch(*session, request(server.url("/broken")));
-    ASSERT_FALSE(result.error);
-    ASSERT_TRUE(result.response);
-    EXPECT_EQ(result.response->statusCode, 500);
-    EXPECT_EQ(result.body, "{\"error\":\"boom\"}");
-}
-
-TEST_F(CurlHttpSessionTest, SendsExactlyTheGivenHeadersAndBody) {
-    HttpRequest r = request(server.url("/echo"), "post");
-    r.headers = {{"accept", "application/json"},
-                 {"Content-Type", "application/json"},
-                 {"User-Agent", "Quillgate-Test/1"}};
-    r.body = "{\"a\":1}";
-    const HttpResult result = fetch(*session, r);
-    ASSERT_TRUE(result.response);
-    EXPECT_EQ(result.body, "{\"a\":1}");
+TEST_F(CurlHttpSessionTest, SendsExactlyTheGivenMethodHeadersAndBody) {
+    HttpRequest post = request(server.url("/echo"), "post");
+    post.headers = {{"accept", "application/json"},
+                    {"Content-Type", "application/json"},
+                    {"User-Agent", "Quillgate-Test/1"}};
+    post.body = "{\"a\":1}";
+    EXPECT_EQ(fetch(*session, post).body, "{\"a\":1}");
+    EXPECT_EQ(fetch(*session, request(server.url("/echo"), "get")).body, "get");
+    EXPECT_EQ(fetch(*session, request(server.url("/echo"), "post")).response->statusCode, 200);
 
     const auto received = server.requests();
-    ASSERT_EQ(received.size(), 1u);
+    ASSERT_EQ(received.size(), 3u);
+    const auto host = Pair("Host", "127.0.0.1:" + std::to_string(server.port()));
+    // Only the framing headers are added: Host, and Content-Length for a body.
     EXPECT_EQ(received[0].method, "POST");
     EXPECT_EQ(received[0].body, "{\"a\":1}");
-    // Only the framing headers are added: Host, and Content-Length for the body.
     EXPECT_THAT(received[0].headers,
                 ElementsAre(Pair("accept", "application/json"), Pair("Content-Length", "7"),
-                            Pair("Content-Type", "application/json"),
-                            Pair("Host", "127.0.0.1:" + std::to_string(server.port())),
+                            Pair("Content-Type", "application/json"), host,
                             Pair("User-Agent", "Quillgate-Test/1")));
-}
-
-TEST_F(CurlHttpSessionTest, PlainGetCarriesNoHeaderButHost) {
-    const HttpResult result = fetch(*session, request(server.url("/echo"), "get"));
-    EXPECT_EQ(result.body, "get");
-    const auto received = server.requests();
-    ASSERT_EQ(received.size(), 1u);
-    EXPECT_EQ(received[0].method, "GET");
-    EXPECT_THAT(received[0].headers,
-                ElementsAre(Pair("Host", "127.0.0.1:" + std::to_string(server.port()))));
-}
-
-TEST_F(CurlHttpSessionTest, PostWithoutBodySendsEmptyBody) {
-    const HttpResult result = fetch(*session, request(server.url("/echo"), "post"));
-    ASSERT_TRUE(result.response);
-    EXPECT_EQ(result.response->statusCode, 200);
-    EXPECT_EQ(server.requests().at(0).header("Content-Length"), "0");
+    EXPECT_EQ(received[1].method, "GET");
+    EXPECT_THAT(received[1].headers, ElementsAre(host));
+    EXPECT_EQ(received[2].header("Content-Length"), "0");  // a post without a body
 }
 
 TEST_F(CurlHttpSessionTest, RequestsToOneHostReuseOneConnection) {
@@ -180,70 +166,63 @@ TEST_F(CurlHttpSessionTest, ManyRequestsInFlightAllComplete) {
     EXPECT_LE(server.connectionCount(), 6u);  // at most six connections to one host
 }
 
-TEST_F(CurlHttpSessionTest, CompletionRunsOnTheSessionThread) {
-    Awaited<HttpResult> done;
-    session->dataTask(request(server.url("/hello")), done.completion());
-    done.get();
-    EXPECT_NE(done.threadId(), std::this_thread::get_id());
-}
+TEST_F(CurlHttpSessionTest, TransportErrorsComeWithoutAnswerBodyOrFile) {
+    HttpRequest slow = request(server.url("/slow"));
+    slow.timeoutSeconds = 0.2;
+    const HttpResult timedOut = fetch(*session, slow);
+    ASSERT_TRUE(timedOut.error);
+    EXPECT_EQ(timedOut.error->code, 28);
+    EXPECT_FALSE(timedOut.error->message.empty());
+    EXPECT_FALSE(timedOut.response);
+    EXPECT_FALSE(timedOut.body);
 
-TEST_F(CurlHttpSessionTest, TimeOutIsATransportError) {
-    HttpRequest r = request(server.url("/slow"));
-    r.timeoutSeconds = 0.2;
-    const HttpResult result = fetch(*session, r);
-    ASSERT_TRUE(result.error);
-    EXPECT_EQ(result.error->code, 28);
-    EXPECT_FALSE(result.error->message.empty());
-    EXPECT_FALSE(result.response);
-    EXPECT_FALSE(result.body);
-}
+    Awaited<DownloadResult> download;
+    session->downloadTask(slow, download.completion());
+    const DownloadResult failedDownload = download.get();
+    ASSERT_TRUE(failedDownload.error);
+    EXPECT_EQ(failedDownload.error->code, 28);
+    EXPECT_FALSE(failedDownload.location);
 
-TEST_F(CurlHttpSessionTest, ClosedPortIsConnectionRefused) {
     // A socket bound but not listening: its port is taken and refuses connections.
     const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
     ASSERT_GE(fd, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
     socklen_t length = sizeof(address);
+    ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), length), 0);
     ASSERT_EQ(::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length), 0);
-    const int port = ntohs(address.sin_port);
-
-    const HttpResult result =
-        fetch(*session, request("http://127.0.0.1:" + std::to_string(port) + "/x"));
+    const HttpResult refused = fetch(
+        *session, request("http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/x"));
     ::close(fd);
-    ASSERT_TRUE(result.error);
-    EXPECT_EQ(result.error->code, 7);
-    EXPECT_EQ(result.response.has_value() ? result.response->statusCode : 0, 0);
-}
+    ASSERT_TRUE(refused.error);
+    EXPECT_EQ(refused.error->code, 7);
+    EXPECT_FALSE(refused.response);
 
-TEST_F(CurlHttpSessionTest, MalformedAddressIsATransportErrorNotACrash) {
-    for (const char* address : {"", "not an address", "ftp://127.0.0.1/x", "http://[::1"}) {
-        const HttpResult result = fetch(*session, request(address));
-        EXPECT_TRUE(result.error) << address;
-        EXPECT_FALSE(result.response) << address;
+    // Malformed addresses are errors too, not crashes, and reach no server.
+    const auto before = server.requestCount();
+    for (const char* bad : {"", "not an address", "ftp://127.0.0.1/x", "http://[::1"}) {
+        const HttpResult result = fetch(*session, request(bad));
+        EXPECT_TRUE(result.error) << bad;
+        EXPECT_FALSE(result.response) << bad;
     }
-    EXPECT_EQ(server.requestCount(), 0u);
+    EXPECT_EQ(server.requestCount(), before);
 }
 
-TEST_F(CurlHttpSessionTest, RedirectIsFollowedToTheFinalAddress) {
+TEST_F(CurlHttpSessionTest, RedirectsAreFollowedAsTheirStatusSays) {
     const HttpResult result = fetch(*session, request(server.url("/old")));
     ASSERT_TRUE(result.response);
     EXPECT_EQ(result.response->statusCode, 200);
     EXPECT_EQ(result.response->url, server.url("/hello"));
     EXPECT_EQ(result.body, "hi there");
     // The headers are those of the last answer.
-    EXPECT_THAT(result.response->headers, ::testing::Contains(Pair("X-Answer", "42")));
-    EXPECT_THAT(result.response->headers,
-                ::testing::Not(::testing::Contains(Pair("Location", "/hello"))));
-}
+    EXPECT_THAT(result.response->headers, Contains(Pair("X-Answer", "42")));
+    EXPECT_THAT(result.response->headers, Not(Contains(Pair("Location", "/hello"))));
 
-TEST_F(CurlHttpSessionTest, SeeOtherTurnsPostIntoGetButTemporaryRedirectKeepsIt) {
+    // See Other turns a post into a get; a temporary redirect keeps it.
     HttpRequest r = request(server.url("/form"), "post");
     r.body = "payload";
     EXPECT_EQ(fetch(*session, r).body, "get");
-
     r.url = server.url("/moved");
     EXPECT_EQ(fetch(*session, r).body, "payload");
     const auto echoes = server.requestsTo("/echo");
@@ -254,55 +233,33 @@ TEST_F(CurlHttpSessionTest, SeeOtherTurnsPostIntoGetButTemporaryRedirectKeepsIt)
     EXPECT_EQ(echoes[1].body, "payload");
 }
 
-TEST_F(CurlHttpSessionTest, DownloadLandsInATemporaryFileRemovedAfterwards) {
-    Awaited<bool> done;
-    std::filesystem::path seen;
-    std::string content;
-    session->downloadTask(
-        request(server.url("/hello")), [&, finish = done.completion()](DownloadResult result) {
-            if (result.location) {
-                seen = *result.location;
-                std::ifstream in(seen, std::ios::binary);
-                std::ostringstream read;
-                read << in.rdbuf();
-                content = read.str();
+TEST_F(CurlHttpSessionTest, DownloadLandsInATemporaryFileRemovedUnlessMovedAway) {
+    const auto kept = std::filesystem::temp_directory_path() /
+                      ("quillgate-test-kept-" + std::to_string(::getpid()));
+    std::vector<std::filesystem::path> seen;
+    for (bool move : {false, true}) {
+        Awaited<std::string> done;
+        session->downloadTask(request(server.url("/hello")), [&, move, finish = done.completion()](
+                                                                 DownloadResult result) {
+            if (!result.location || result.error || result.response->statusCode != 200) {
+                return finish("failed");
             }
-            finish(result.response && result.response->statusCode == 200 && !result.error);
+            seen.push_back(*result.location);
+            if (move) {
+                std::filesystem::rename(*result.location, kept);
+            }
+            finish(testing::fileContent(move ? kept : *result.location));
         });
-    EXPECT_TRUE(done.get());
-    EXPECT_EQ(content, "hi there");
-    ASSERT_FALSE(seen.empty());
-    EXPECT_EQ(seen.parent_path(), std::filesystem::temp_directory_path());
+        EXPECT_EQ(done.get(), "hi there");
+    }
+    ASSERT_EQ(seen.size(), 2u);
+    EXPECT_EQ(seen[0].parent_path(), std::filesystem::temp_directory_path());
     // The file goes once the completion has returned; the worker does that before it takes
     // up the next request, so one more round trip orders the check after it.
     fetch(*session, request(server.url("/hello")));
-    EXPECT_FALSE(std::filesystem::exists(seen));
-}
-
-TEST_F(CurlHttpSessionTest, DownloadMovedAwayByTheCompletionIsKept) {
-    const auto target = std::filesystem::temp_directory_path() /
-                        ("quillgate-test-kept-" + std::to_string(::getpid()));
-    Awaited<bool> done;
-    session->downloadTask(request(server.url("/hello")),
-                          [&, finish = done.completion()](DownloadResult result) {
-                              std::error_code ec;
-                              std::filesystem::rename(*result.location, target, ec);
-                              finish(!ec);
-                          });
-    EXPECT_TRUE(done.get());
-    EXPECT_EQ(std::filesystem::file_size(target), 8u);
-    std::filesystem::remove(target);
-}
-
-TEST_F(CurlHttpSessionTest, FailedDownloadHasNoFile) {
-    Awaited<DownloadResult> done;
-    HttpRequest r = request(server.url("/slow"));
-    r.timeoutSeconds = 0.1;
-    session->downloadTask(r, done.completion());
-    const DownloadResult result = done.get();
-    ASSERT_TRUE(result.error);
-    EXPECT_EQ(result.error->code, 28);
-    EXPECT_FALSE(result.location);
+    EXPECT_FALSE(std::filesystem::exists(seen[0]));
+    EXPECT_TRUE(std::filesystem::exists(kept));
+    std::filesystem::remove(kept);
 }
 
 TEST_F(CurlHttpSessionTest, DestroyingTheSessionCompletesRequestsInFlight) {

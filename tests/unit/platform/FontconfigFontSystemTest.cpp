@@ -29,47 +29,31 @@ class FontconfigFontSystemTest : public ::testing::Test {
         }
     }
     testing::TestPlatform test;  // a temporary directory for files that are no fonts
+    FontconfigFontSystem fonts{FontconfigFontSystem::InstalledFonts::exclude};
 };
 
-TEST_F(FontconfigFontSystemTest, ReadsThePostScriptNameOfAFile) {
-    FontconfigFontSystem fonts(FontconfigFontSystem::InstalledFonts::exclude);
+TEST_F(FontconfigFontSystemTest, OnlyARealFontFileHasANameAndRegisters) {
     EXPECT_EQ(fonts.postScriptName(kRoboto), "Roboto-Regular");
     EXPECT_EQ(fonts.postScriptName(kDejaVu), "DejaVuSans");
 
-    const fs::path notAFont = test.stateDirectory() / "page.ttf";
-    std::ofstream(notAFont) << "<html>404</html>";
-    EXPECT_FALSE(fonts.postScriptName(notAFont));
-    EXPECT_FALSE(fonts.postScriptName(test.stateDirectory() / "missing.ttf"));
-    EXPECT_FALSE(fonts.postScriptName(test.stateDirectory()));
-}
-
-TEST_F(FontconfigFontSystemTest, RegisteringMakesTheExactNameKnown) {
-    FontconfigFontSystem fonts(FontconfigFontSystem::InstalledFonts::exclude);
-    EXPECT_FALSE(fonts.isRegistered("Roboto-Regular"));
-    EXPECT_FALSE(fonts.face("Roboto-Regular"));
-
-    EXPECT_TRUE(fonts.registerFontFile(kRoboto));
-    EXPECT_TRUE(fonts.isRegistered("Roboto-Regular"));
-    EXPECT_FALSE(fonts.isRegistered("roboto-regular"));  // fontconfig alone would say yes
-    EXPECT_FALSE(fonts.isRegistered("Roboto"));
-    EXPECT_FALSE(fonts.isRegistered("DejaVuSans"));
-    EXPECT_FALSE(fonts.isRegistered(""));
-}
-
-TEST_F(FontconfigFontSystemTest, RegisteringWhatIsNoFontFails) {
-    FontconfigFontSystem fonts(FontconfigFontSystem::InstalledFonts::exclude);
     const fs::path notAFont = test.stateDirectory() / "Roboto-Regular.ttf";
-    std::ofstream(notAFont) << "not a font";
-    EXPECT_FALSE(fonts.registerFontFile(notAFont));
-    EXPECT_FALSE(fonts.registerFontFile(test.stateDirectory() / "missing.ttf"));
-    EXPECT_FALSE(fonts.registerFontFile(test.stateDirectory()));
+    std::ofstream(notAFont) << "<html>404</html>";
+    for (const fs::path& file :
+         {notAFont, test.stateDirectory() / "missing.ttf", test.stateDirectory()}) {
+        EXPECT_FALSE(fonts.postScriptName(file)) << file;
+        EXPECT_FALSE(fonts.registerFontFile(file)) << file;
+    }
     EXPECT_FALSE(fonts.isRegistered("Roboto-Regular"));
 }
 
-TEST_F(FontconfigFontSystemTest, FaceByPostScriptNameOrFamily) {
-    FontconfigFontSystem fonts(FontconfigFontSystem::InstalledFonts::exclude);
+TEST_F(FontconfigFontSystemTest, RegisteringMakesTheExactNameAndTheFamilyKnown) {
+    EXPECT_FALSE(fonts.face("Roboto-Regular"));
     ASSERT_TRUE(fonts.registerFontFile(kRobotoBold));
     ASSERT_TRUE(fonts.registerFontFile(kRoboto));
+    EXPECT_TRUE(fonts.isRegistered("Roboto-Regular"));
+    for (const char* other : {"roboto-regular", "Roboto", "DejaVuSans", ""}) {
+        EXPECT_FALSE(fonts.isRegistered(other)) << other;  // whole names, case and all
+    }
 
     const auto bold = fonts.face("Roboto-Bold");
     ASSERT_TRUE(bold);
@@ -82,27 +66,25 @@ TEST_F(FontconfigFontSystemTest, FaceByPostScriptNameOrFamily) {
     ASSERT_TRUE(family);
     EXPECT_EQ(family->postScriptName, "Roboto-Regular");
     EXPECT_EQ(family->weight, FontWeight::regular);
-
-    EXPECT_FALSE(fonts.face("roboto"));
-    EXPECT_FALSE(fonts.face("Comic Sans"));
-    EXPECT_FALSE(fonts.face(""));
+    for (const char* unknown : {"roboto", "Comic Sans", ""}) {
+        EXPECT_FALSE(fonts.face(unknown)) << unknown;
+    }
 }
 
 TEST_F(FontconfigFontSystemTest, InstalledFontsAreKnownAndGiveASystemFace) {
-    FontconfigFontSystem fonts;
-    EXPECT_TRUE(fonts.isRegistered("DejaVuSans"));
-    EXPECT_TRUE(fonts.isRegistered("Roboto-Regular"));
-    EXPECT_FALSE(fonts.isRegistered("NoSuchFace-Regular"));
+    FontconfigFontSystem installed;
+    EXPECT_TRUE(installed.isRegistered("DejaVuSans"));
+    EXPECT_TRUE(installed.isRegistered("Roboto-Regular"));
+    EXPECT_FALSE(installed.isRegistered("NoSuchFace-Regular"));
 
-    const FontFace system = fonts.systemFace(FontWeight::semibold);
+    const FontFace system = installed.systemFace(FontWeight::semibold);
     EXPECT_TRUE(system.isSystem);
     EXPECT_EQ(system.weight, FontWeight::semibold);
     EXPECT_EQ(system.family, "System");
     EXPECT_FALSE(system.postScriptName.empty());
 
     // With no font at all there is still an answer.
-    FontconfigFontSystem empty(FontconfigFontSystem::InstalledFonts::exclude);
-    EXPECT_EQ(empty.systemFace(FontWeight::black).weight, FontWeight::black);
+    EXPECT_EQ(fonts.systemFace(FontWeight::black).weight, FontWeight::black);
 }
 
 }  // namespace

@@ -17,13 +17,17 @@ class RunLoopTest : public ::testing::Test {
 
 TEST_F(RunLoopTest, RunsImmediateWorkInOrderAndDelayedWorkOnlyWhenDue) {
     loop.asyncAfter(2, [&] { order.push_back("after 2"); });
-    loop.async([&] { order.push_back("first"); });
+    loop.async([&] {
+        order.push_back("first");
+        loop.async([&] { order.push_back("scheduled by first"); });  // runs in the same pass
+    });
     loop.asyncAfter(0, [&] { order.push_back("after 0"); });
     loop.asyncAfter(1, [&] { order.push_back("after 1"); });
     loop.async([&] { order.push_back("second"); });
 
-    EXPECT_EQ(loop.runPending(), 3u);
-    EXPECT_EQ(order, (std::vector<std::string>{"first", "after 0", "second"}));
+    EXPECT_EQ(loop.runPending(), 4u);
+    EXPECT_EQ(order,
+              (std::vector<std::string>{"first", "after 0", "second", "scheduled by first"}));
 
     loop.advance(1.5);
     EXPECT_EQ(order.back(), "after 1");
@@ -32,36 +36,23 @@ TEST_F(RunLoopTest, RunsImmediateWorkInOrderAndDelayedWorkOnlyWhenDue) {
     EXPECT_EQ(loop.pendingCount(), 0u);
 }
 
-TEST_F(RunLoopTest, WorkScheduledByWorkRunsInTheSamePass) {
-    loop.async([&] {
-        order.push_back("outer");
-        loop.async([&] { order.push_back("inner"); });
-    });
-    loop.runPending();
-    EXPECT_EQ(order, (std::vector<std::string>{"outer", "inner"}));
-}
-
-TEST_F(RunLoopTest, RepeatingTimerFiresOncePerIntervalUntilInvalidated) {
+TEST_F(RunLoopTest, RepeatingTimerFiresOncePerIntervalUntilInvalidatedEvenWithoutItsHandle) {
     int fired = 0;
     auto timer = loop.scheduledTimer(15, true, [&](Timer&) { ++fired; });
+    int unheld = 0;
+    loop.scheduledTimer(5, true, [&](Timer&) { ++unheld; });
     loop.advance(14.9);
     EXPECT_EQ(fired, 0);
     loop.advance(0.1);
     EXPECT_EQ(fired, 1);
     loop.advance(45);
     EXPECT_EQ(fired, 4);
+    EXPECT_EQ(unheld, 12);
 
     timer->invalidate();
     loop.advance(60);
     EXPECT_EQ(fired, 4);
     EXPECT_FALSE(timer->isValid());
-}
-
-TEST_F(RunLoopTest, TimerKeepsRunningWhenItsHandleIsDropped) {
-    int fired = 0;
-    loop.scheduledTimer(1, true, [&](Timer&) { ++fired; });
-    loop.advance(3);
-    EXPECT_EQ(fired, 3);
 }
 
 TEST_F(RunLoopTest, TimerMayInvalidateItselfAndOneShotTimersEnd) {
@@ -78,25 +69,20 @@ TEST_F(RunLoopTest, TimerMayInvalidateItselfAndOneShotTimersEnd) {
     EXPECT_FALSE(once->isValid());
 }
 
-TEST_F(RunLoopTest, PostFromAnotherThreadWakesRunUntil) {
-    std::thread worker([&] { loop.post([&] { order.push_back("posted"); }); });
-    bool done = loop.runUntil([&] { return !order.empty(); }, std::chrono::seconds(10));
-    worker.join();
-    EXPECT_TRUE(done);
-    EXPECT_EQ(order, (std::vector<std::string>{"posted"}));
-}
-
-TEST_F(RunLoopTest, RunUntilDoesNotMoveManualTime) {
+TEST_F(RunLoopTest, PostFromAnotherThreadWakesRunUntilWhichLeavesManualTimeAlone) {
     loop.asyncAfter(5, [&] { order.push_back("late"); });
     const auto before = clock->now();
     EXPECT_FALSE(loop.runUntil([&] { return !order.empty(); }, std::chrono::milliseconds(1)));
     EXPECT_EQ(clock->now(), before);
-}
 
-TEST_F(RunLoopTest, StopEndsRun) {
+    std::thread worker([&] { loop.post([&] { order.push_back("posted"); }); });
+    const bool done = loop.runUntil([&] { return !order.empty(); }, std::chrono::seconds(10));
+    worker.join();
+    EXPECT_TRUE(done);
+    EXPECT_EQ(order, (std::vector<std::string>{"posted"}));
+
     loop.async([&] { loop.stop(); });
     loop.run();  // returns: the task stopped it
-    SUCCEED();
 }
 
 TEST(RunLoopSystemClock, DelayedWorkRunsInRealTime) {

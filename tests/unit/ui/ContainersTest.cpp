@@ -1,18 +1,9 @@
 // Container controllers, presentation from a child, and key-value observation.
 
-#include <memory>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "quillgate/ui/Application.h"
 #include "quillgate/ui/NavigationController.h"
 #include "quillgate/ui/SafariViewController.h"
 #include "quillgate/ui/ScrollView.h"
-#include "quillgate/ui/View.h"
-#include "quillgate/ui/Window.h"
-#include "tests/support/TestPlatform.h"
+#include "tests/unit/ui/UiTestSupport.h"
 
 namespace quillgate::ui {
 namespace {
@@ -24,12 +15,9 @@ class Screen : public ViewController {
     int appearances = 0;
 };
 
-class ContainersTest : public ::testing::Test {
-  protected:
-    testing::TestPlatform platform;
-};
+using ContainersTest = UiTest;
 
-TEST_F(ContainersTest, NavigationShowsTheTopControllerAndFindsTheVisibleOne) {
+TEST_F(ContainersTest, NavigationShowsTheTopControllerAndChildrenPresentThroughIt) {
     auto root = ViewController::create<Screen>();
     auto nav = NavigationController::withRoot(root);
     Application::shared().showWindow(nav);
@@ -42,10 +30,16 @@ TEST_F(ContainersTest, NavigationShowsTheTopControllerAndFindsTheVisibleOne) {
     EXPECT_EQ(root->appearanceState(), AppearanceState::disappeared);
     EXPECT_EQ(next->view()->superview(), nav->view());
 
+    // A child presents through the top of its containment.
     auto browser = ViewController::create<SafariViewController>("https://example.invalid/promo");
     next->present(browser, true);
-    EXPECT_EQ(nav->visibleViewController(), browser);
     EXPECT_EQ(browser->url(), "https://example.invalid/promo");
+    EXPECT_EQ(nav->visibleViewController(), browser);
+    EXPECT_EQ(nav->presentedViewController(), browser);
+    EXPECT_EQ(next->presentedViewController(), browser);
+    EXPECT_EQ(browser->presentingViewController(), nav);
+    browser->dismiss(false);
+    EXPECT_EQ(nav->presentedViewController(), nullptr);
 
     EXPECT_EQ(nav->popViewController(false), next);
     EXPECT_EQ(root->appearances, 2);
@@ -71,24 +65,11 @@ TEST_F(ContainersTest, TabBarShowsTheSelectedController) {
     EXPECT_EQ(tabs->selectedIndex(), 1u);
 }
 
-TEST_F(ContainersTest, AChildPresentsThroughTheTopOfItsContainment) {
-    auto nav = NavigationController::withRoot(ViewController::create<Screen>());
-    Application::shared().showWindow(nav);
-    auto child = nav->topViewController();
-    auto modal = ViewController::create<Screen>();
-    child->present(modal, false);
-    EXPECT_EQ(nav->presentedViewController(), modal);
-    EXPECT_EQ(child->presentedViewController(), modal);
-    EXPECT_EQ(modal->presentingViewController(), nav);
-    modal->dismiss(false);
-    EXPECT_EQ(nav->presentedViewController(), nullptr);
-}
-
 TEST_F(ContainersTest, KeyValueObserversCanLeaveDuringANotification) {
     auto scroll = std::make_shared<ScrollView>();
     int owner1 = 0;
     int owner2 = 0;
-    std::vector<std::string> calls;
+    Lines calls;
     scroll->addObserver(&owner1, "contentSize", [&](const KeyValueChange& c) {
         calls.push_back("one " +
                         std::to_string(static_cast<int>(std::any_cast<Size>(c.newValue).height)));
@@ -101,7 +82,7 @@ TEST_F(ContainersTest, KeyValueObserversCanLeaveDuringANotification) {
 
     scroll->setContentSize({10, 20});
     scroll->setContentSize({10, 20});  // setting the same value notifies again
-    EXPECT_EQ(calls, (std::vector<std::string>{"one 20", "one 20"}));
+    EXPECT_EQ(calls, (Lines{"one 20", "one 20"}));
 
     // Removing takes the latest registration of that key path only; removing an unknown
     // observer is harmless.

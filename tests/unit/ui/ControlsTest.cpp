@@ -1,21 +1,12 @@
 // Reader actions on controls: typing into a field with its delegate and the keyboard,
 // stacked layout, scrolling, refreshing.
 
-#include <memory>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "quillgate/ui/ActivityIndicatorView.h"
-#include "quillgate/ui/Application.h"
-#include "quillgate/ui/NotificationCenter.h"
 #include "quillgate/ui/RefreshControl.h"
 #include "quillgate/ui/ScrollView.h"
 #include "quillgate/ui/StackView.h"
 #include "quillgate/ui/TextField.h"
-#include "quillgate/ui/Window.h"
-#include "tests/support/TestPlatform.h"
+#include "tests/unit/ui/UiTestSupport.h"
 
 namespace quillgate::ui {
 namespace {
@@ -41,19 +32,14 @@ class DigitsOnly : public TextFieldDelegate {
         field.resignFirstResponder();
         return true;
     }
-    std::vector<std::string> calls;
+    Lines calls;
 };
 
-class ControlsTest : public ::testing::Test {
+class ControlsTest : public UiTest {
   protected:
-    std::vector<std::string> keyboard() {
-        auto out = keyboardEvents;
-        keyboardEvents.clear();
-        return out;
-    }
+    Lines keyboard() { return std::exchange(keyboardEvents, {}); }
 
-    testing::TestPlatform platform;
-    std::vector<std::string> keyboardEvents;
+    Lines keyboardEvents;
     ObserverToken tokens[2] = {
         NotificationCenter::defaultCenter().observe(
             KeyboardWillShowNotification,
@@ -72,18 +58,18 @@ TEST_F(ControlsTest, TypingAsksTheDelegatePerCharacterAndFiresEditingChanged) {
     auto field = std::make_shared<TextField>();
     auto delegate = std::make_shared<DigitsOnly>();
     field->setDelegate(delegate);
-    std::vector<std::string> changes;
+    Lines changes;
     field->addAction([&](Control& c) { changes.push_back(static_cast<TextField&>(c).text()); },
                      ControlEvent::editingChanged);
 
     EXPECT_TRUE(field->type("98x7"));
     EXPECT_EQ(field->text(), "987");
-    EXPECT_EQ(changes, (std::vector<std::string>{"9", "98", "987"}));
-    EXPECT_EQ(delegate->calls, (std::vector<std::string>{"begin", "change 9", "change 98",
-                                                         "change 98x", "change 987"}));
+    EXPECT_EQ(changes, (Lines{"9", "98", "987"}));
+    EXPECT_EQ(delegate->calls,
+              (Lines{"begin", "change 9", "change 98", "change 98x", "change 987"}));
     EXPECT_TRUE(field->isFirstResponder());
     EXPECT_EQ(Application::shared().firstResponder(), field);
-    EXPECT_EQ(keyboard(), (std::vector<std::string>{"show 508"}));  // 844 - 336
+    EXPECT_EQ(keyboard(), (Lines{"show 508"}));  // 844 - 336
 
     EXPECT_TRUE(field->deleteBackward());
     EXPECT_EQ(field->text(), "98");
@@ -98,34 +84,30 @@ TEST_F(ControlsTest, TypingAsksTheDelegatePerCharacterAndFiresEditingChanged) {
     EXPECT_TRUE(field->pressReturn());
     EXPECT_FALSE(field->isFirstResponder());
     EXPECT_EQ(delegate->calls.back(), "end");
-    EXPECT_EQ(keyboard(), (std::vector<std::string>{"hide"}));
+    EXPECT_EQ(keyboard(), (Lines{"hide"}));
 }
 
-TEST_F(ControlsTest, FocusMovesBetweenFieldsWithoutHidingTheKeyboard) {
+TEST_F(ControlsTest, FocusMovesBetweenFieldsAndEndsWhenTheFieldLeavesTheWindow) {
+    auto window = Application::shared().showWindow();
     auto first = std::make_shared<TextField>();
     auto second = std::make_shared<TextField>();
+    window->addSubview(second);
     EXPECT_TRUE(first->tap());
-    EXPECT_TRUE(second->tap());
+    EXPECT_TRUE(second->tap());  // the keyboard stays up
     EXPECT_FALSE(first->isFirstResponder());
     EXPECT_TRUE(second->isFirstResponder());
-    EXPECT_EQ(keyboard(), (std::vector<std::string>{"show 508"}));
+    Application::shared().endEditing();
+    EXPECT_FALSE(second->isFirstResponder());
+    second->type("a");
+    second->removeFromSuperview();
+    EXPECT_FALSE(second->isFirstResponder());
+    EXPECT_EQ(keyboard(), (Lines{"show 508", "hide", "show 508", "hide"}));
 
     second->setEnabled(false);
-    Application::shared().endEditing();
     EXPECT_FALSE(second->tap());
-    EXPECT_FALSE(second->type("a"));
-    EXPECT_EQ(second->text(), "");
-    EXPECT_EQ(keyboard(), (std::vector<std::string>{"hide"}));
-}
-
-TEST_F(ControlsTest, LeavingTheWindowEndsEditing) {
-    auto window = Application::shared().showWindow();
-    auto field = std::make_shared<TextField>();
-    window->addSubview(field);
-    field->type("a");
-    field->removeFromSuperview();
-    EXPECT_FALSE(field->isFirstResponder());
-    EXPECT_EQ(keyboard(), (std::vector<std::string>{"show 508", "hide"}));
+    EXPECT_FALSE(second->type("b"));
+    EXPECT_EQ(second->text(), "a");
+    EXPECT_TRUE(keyboard().empty());
 }
 
 TEST_F(ControlsTest, StackViewLaysOutShownArrangedViewsOnly) {
@@ -148,7 +130,7 @@ TEST_F(ControlsTest, StackViewLaysOutShownArrangedViewsOnly) {
     EXPECT_EQ(stack->arrangedSubviews().size(), 2u);
     EXPECT_EQ(a->superview(), stack);  // still a subview
     c->removeFromSuperview();
-    EXPECT_EQ(stack->arrangedSubviews(), (std::vector<std::shared_ptr<View>>{b}));
+    EXPECT_EQ(stack->arrangedSubviews(), (Views{b}));
 }
 
 TEST_F(ControlsTest, PullToRefreshAndScrolling) {

@@ -1,61 +1,51 @@
 // The view tree: moving views between parents, look-ups, weak parents, recorded
-// constraints, and what a reader's tap reaches.
+// constraints, what a reader's tap reaches, and the tree's text rendering.
 
-#include <memory>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "quillgate/ui/Application.h"
-#include "quillgate/ui/Button.h"
 #include "quillgate/ui/GestureRecognizer.h"
-#include "quillgate/ui/Label.h"
 #include "quillgate/ui/LayoutConstraint.h"
-#include "quillgate/ui/View.h"
-#include "quillgate/ui/ViewController.h"
-#include "quillgate/ui/Window.h"
-#include "tests/support/TestPlatform.h"
+#include "quillgate/ui/TextField.h"
+#include "quillgate/ui/TreeDescription.h"
+#include "tests/unit/ui/UiTestSupport.h"
 
 namespace quillgate::ui {
 namespace {
 
-class HierarchyTest : public ::testing::Test {
-  protected:
-    testing::TestPlatform platform;
-};
+using HierarchyTest = UiTest;
 
-TEST_F(HierarchyTest, AddingAViewThatHasAParentMovesIt) {
+TEST_F(HierarchyTest, AddingMovesOrReordersAndRefusesCyclesAndWindows) {
+    auto window = Application::shared().showWindow();
     auto a = std::make_shared<View>();
     auto b = std::make_shared<View>();
     auto child = std::make_shared<View>();
     a->addSubview(child);
     b->addSubview(child);
     EXPECT_TRUE(a->subviews().empty());
-    ASSERT_EQ(b->subviews().size(), 1u);
     EXPECT_EQ(child->superview(), b);
 
     // Re-adding to the same parent only reorders.
     auto other = std::make_shared<View>();
     b->addSubview(other);
     b->addSubview(child);
-    EXPECT_EQ(b->subviews(), (std::vector<std::shared_ptr<View>>{other, child}));
+    EXPECT_EQ(b->subviews(), (Views{other, child}));
     b->insertSubview(child, 0);
-    EXPECT_EQ(b->subviews(), (std::vector<std::shared_ptr<View>>{child, other}));
+    EXPECT_EQ(b->subviews(), (Views{child, other}));
     b->bringSubviewToFront(child);
     EXPECT_EQ(b->subviews().back(), child);
     b->sendSubviewToBack(child);
     EXPECT_EQ(b->subviews().front(), child);
-}
 
-TEST_F(HierarchyTest, CyclesAreRefused) {
-    auto a = std::make_shared<View>();
-    auto b = std::make_shared<View>();
     a->addSubview(b);
-    b->addSubview(a);
+    b->addSubview(a);  // a cycle
     a->addSubview(a);
+    a->addSubview(std::make_shared<Window>(Rect(0, 0, 1, 1)));  // a window can't be a subview
     EXPECT_EQ(a->superview(), nullptr);
-    EXPECT_EQ(a->subviews().size(), 1u);
+    EXPECT_EQ(a->subviews(), (Views{b}));
+
+    // The window is found through the ancestors.
+    EXPECT_EQ(child->window(), nullptr);
+    window->addSubview(a);
+    EXPECT_EQ(child->window(), window);
+    EXPECT_EQ(window->window(), window);
 }
 
 TEST_F(HierarchyTest, ViewWithTagSearchesTheSubtreeDepthFirstIncludingItself) {
@@ -98,20 +88,6 @@ TEST_F(HierarchyTest, ParentIsHeldWeaklyAndChildrenStrongly) {
     EXPECT_TRUE(weakChild.expired());
 }
 
-TEST_F(HierarchyTest, WindowIsFoundThroughAncestors) {
-    auto window = Application::shared().showWindow();
-    auto a = std::make_shared<View>();
-    auto b = std::make_shared<View>();
-    a->addSubview(b);
-    EXPECT_EQ(b->window(), nullptr);
-    window->addSubview(a);
-    EXPECT_EQ(b->window(), window);
-    EXPECT_EQ(window->window(), window);
-    // A window can't become a subview.
-    a->addSubview(std::make_shared<Window>(Rect(0, 0, 1, 1)));
-    EXPECT_EQ(a->subviews().size(), 1u);
-}
-
 TEST_F(HierarchyTest, ConstraintsAreRecordedOnTheCommonAncestorAndKeptWhenInactive) {
     auto container = std::make_shared<View>(Rect(0, 0, 300, 600));
     auto card = std::make_shared<View>();
@@ -127,7 +103,6 @@ TEST_F(HierarchyTest, ConstraintsAreRecordedOnTheCommonAncestorAndKeptWhenInacti
 
     centerY->setActive(false);
     height->setConstant(80);
-    EXPECT_FALSE(centerY->isActive());
     EXPECT_EQ(centerY->owner(), container);  // still kept, so a weak outlet stays bound
     EXPECT_EQ(container->constraintWithIdentifier("cardHeight"), height);
     EXPECT_EQ(height->description(), "View.height == 80 id=cardHeight (active)");
@@ -140,15 +115,12 @@ TEST_F(HierarchyTest, PinningToEdgesRecordsFourConstraintsAndSetsTheFrame) {
     parent->addSubview(wall);
     auto pins = pinToEdges(wall, parent);
     ASSERT_EQ(pins.size(), 4u);
-    const LayoutAttribute expected[] = {LayoutAttribute::leading, LayoutAttribute::trailing,
-                                        LayoutAttribute::top, LayoutAttribute::bottom};
-    for (std::size_t i = 0; i < 4; ++i) {
+    std::size_t i = 0;
+    for (const std::string edge : {"leading", "trailing", "top", "bottom"}) {
+        // Equal, multiplier 1, constant 0, active: the description leaves out the defaults.
+        EXPECT_EQ(pins[i]->description(), "View." + edge + " == View." + edge + " (active)");
         EXPECT_EQ(pins[i]->firstItem(), wall);
-        EXPECT_EQ(pins[i]->secondItem(), parent);
-        EXPECT_EQ(pins[i]->firstAttribute(), expected[i]);
-        EXPECT_EQ(pins[i]->secondAttribute(), expected[i]);
-        EXPECT_EQ(pins[i]->relation(), LayoutRelation::equal);
-        EXPECT_TRUE(pins[i]->isActive());
+        EXPECT_EQ(pins[i++]->secondItem(), parent);
     }
     EXPECT_EQ(parent->constraints().size(), 4u);
     EXPECT_EQ(wall->frame(), Rect(0, 0, 390, 500));
@@ -161,28 +133,21 @@ TEST_F(HierarchyTest, ButtonTapFiresOnlyWhenEnabledAndVisibleAlsoWithoutAWindow)
     int taps = 0;
     button->addAction([&](Control&) { ++taps; }, ControlEvent::touchUpInside);
 
-    EXPECT_TRUE(button->tap());
-    EXPECT_EQ(taps, 1);
-
-    button->setEnabled(false);
-    EXPECT_FALSE(button->tap());
-    button->setEnabled(true);
-
-    button->setHidden(true);
-    EXPECT_FALSE(button->tap());
-    button->setHidden(false);
-
-    root->setHidden(true);  // a hidden ancestor hides the button too
-    EXPECT_FALSE(button->tap());
-    root->setHidden(false);
-
-    root->setAlpha(0.0);
-    EXPECT_FALSE(button->tap());
-    root->setAlpha(1.0);
-
-    root->setUserInteractionEnabled(false);
-    EXPECT_FALSE(button->tap());
-    EXPECT_EQ(taps, 1);
+    // Each of these stops the tap while it holds; the ancestor's state counts too.
+    const std::function<void(bool)> blockers[] = {
+        [&](bool on) { button->setEnabled(!on); },
+        [&](bool on) { button->setHidden(on); },
+        [&](bool on) { root->setHidden(on); },
+        [&](bool on) { root->setAlpha(on ? 0.0 : 1.0); },
+        [&](bool on) { root->setUserInteractionEnabled(!on); },
+    };
+    for (const auto& block : blockers) {
+        block(true);
+        EXPECT_FALSE(button->tap());
+        block(false);
+        EXPECT_TRUE(button->tap());
+    }
+    EXPECT_EQ(taps, 5);
     EXPECT_FALSE(button->isHighlighted());
 }
 
@@ -195,8 +160,7 @@ TEST_F(HierarchyTest, TheSameTargetAndActionIsRegisteredOnce) {
             &owner, "btnSubmitAction:", [&](Control&) { ++submits; }, ControlEvent::touchUpInside);
     }
     button->addAction([&](Control&) { ++submits; }, ControlEvent::valueChanged);
-    EXPECT_EQ(button->actionNames(ControlEvent::touchUpInside),
-              (std::vector<std::string>{"btnSubmitAction:"}));
+    EXPECT_EQ(button->actionNames(ControlEvent::touchUpInside), (Lines{"btnSubmitAction:"}));
     button->tap();
     EXPECT_EQ(submits, 1);
     button->removeTarget(&owner);
@@ -210,20 +174,18 @@ TEST_F(HierarchyTest, LabelTapsNeedUserInteractionAndFireOneRecognizer) {
     cell->addSubview(label);
     int logins = 0;
     // A reused row collects one recogniser per dequeue; one tap still acts once.
-    label->addGestureRecognizer(std::make_shared<TapGestureRecognizer>(
-        [&](GestureRecognizer&) { ++logins; }, "loginAction:"));
-    label->addGestureRecognizer(std::make_shared<TapGestureRecognizer>(
-        [&](GestureRecognizer&) { ++logins; }, "loginAction:"));
-
+    for (int i = 0; i < 2; ++i) {
+        label->addGestureRecognizer(std::make_shared<TapGestureRecognizer>(
+            [&](GestureRecognizer&) { ++logins; }, "loginAction:"));
+    }
     EXPECT_FALSE(label->tap());  // labels don't take touches by default
     label->setUserInteractionEnabled(true);
     EXPECT_TRUE(label->tap());
     EXPECT_EQ(logins, 1);
-    EXPECT_EQ(label->gestureRecognizers().front()->actionNames(),
-              (std::vector<std::string>{"loginAction:"}));
+    EXPECT_EQ(label->gestureRecognizers().front()->actionNames(), (Lines{"loginAction:"}));
 }
 
-TEST_F(HierarchyTest, TouchesTravelUpToTheController) {
+TEST_F(HierarchyTest, TouchesTravelUpToTheControllerButControlsKeepTheirs) {
     struct Screen : ViewController {
         using ViewController::ViewController;
         void touchesBegan() override { ++touches; }
@@ -235,11 +197,44 @@ TEST_F(HierarchyTest, TouchesTravelUpToTheController) {
     box->tap();
     EXPECT_EQ(screen->touches, 1);
 
-    // A control keeps its touches.
     auto button = std::make_shared<Button>();
     box->addSubview(button);
     button->tap();
     EXPECT_EQ(screen->touches, 1);
+}
+
+TEST_F(HierarchyTest, TreeTextHasOneIndentedLinePerViewWithItsKeyTexts) {
+    struct Wall : ViewController {
+        using ViewController::ViewController;
+        std::string className() const override { return "QuillgateStatusVC"; }
+    };
+    auto wall = ViewController::create<Wall>();
+    auto root = wall->view();
+    root->setTag(9988);
+    root->setFrame(Rect(0, 0, 390, 453.5));
+    root->setBackgroundColor(Color::white(112 / 255.0, 0.7));
+
+    auto label = std::make_shared<Label>("Pay Optional(\"₹\")10.0 to read now");
+    label->setFrame(Rect(16, 20, 358, 24));
+    auto button = std::make_shared<Button>(Rect(16, 60, 358, 44));
+    button->setTitle("Buy a pass");
+    button->setHidden(true);
+    button->setEnabled(false);
+    auto field = std::make_shared<TextField>();
+    field->setPlaceholder("Email Id");
+    field->setAccessibilityIdentifier("email");
+    field->setAlpha(0.5);
+    root->addSubview(label);
+    root->addSubview(button);
+    button->addSubview(field);
+
+    EXPECT_EQ(describeTree(root),
+              "View tag=9988 frame=(0 0; 390 453.5) bg=#707070B3 controller=QuillgateStatusVC\n"
+              "  Label frame=(16 20; 358 24) text=\"Pay Optional(\\\"₹\\\")10.0 to read now\"\n"
+              "  Button frame=(16 60; 358 44) hidden title=\"Buy a pass\" disabled\n"
+              "    TextField id=email frame=(0 0; 0 0) alpha=0.5 text=\"\" "
+              "placeholder=\"Email Id\"\n");
+    EXPECT_EQ(describeTree(nullptr), "(no view)\n");
 }
 
 }  // namespace

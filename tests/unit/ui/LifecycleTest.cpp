@@ -1,89 +1,79 @@
 // Controller lifecycle: loading on first access, appearance when the root view joins or
 // leaves a window, modal presentation and dismissal, teardown.
 
-#include <memory>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "quillgate/ui/Application.h"
-#include "quillgate/ui/NibRegistry.h"
-#include "quillgate/ui/NotificationCenter.h"
-#include "quillgate/ui/View.h"
-#include "quillgate/ui/ViewController.h"
-#include "quillgate/ui/Window.h"
-#include "tests/support/TestPlatform.h"
+#include "tests/unit/ui/UiTestSupport.h"
 
 namespace quillgate::ui {
 namespace {
 
-// Records every lifecycle call, with its own name, into a shared journal.
+// Records every lifecycle call, with its own name, into a shared journal. The "will" calls
+// come while the view is still where it was, the "did" calls once it has moved.
 class Recorder : public ViewController {
   public:
-    Recorder(Token token, std::string name, std::shared_ptr<std::vector<std::string>> journal)
+    Recorder(Token token, std::string name, std::shared_ptr<Lines> journal)
         : ViewController(token), name_(std::move(name)), journal_(std::move(journal)) {}
 
     std::string className() const override { return "Recorder"; }
     void viewDidLoad() override { note("viewDidLoad"); }
     void viewWillAppear(bool animated) override {
+        EXPECT_EQ(view()->window(), nullptr) << name_;
         note(std::string("viewWillAppear") + (animated ? "(animated)" : ""));
     }
-    void viewDidAppear(bool) override { note("viewDidAppear"); }
-    void viewWillDisappear(bool) override { note("viewWillDisappear"); }
-    void viewDidDisappear(bool) override { note("viewDidDisappear"); }
+    void viewDidAppear(bool) override {
+        EXPECT_NE(view()->window(), nullptr) << name_;
+        note("viewDidAppear");
+    }
+    void viewWillDisappear(bool) override {
+        EXPECT_NE(view()->window(), nullptr) << name_;
+        note("viewWillDisappear");
+    }
+    void viewDidDisappear(bool) override {
+        EXPECT_EQ(view()->window(), nullptr) << name_;
+        note("viewDidDisappear");
+    }
     void deinit() override { note("deinit"); }
 
+  private:
     void note(const std::string& what) { journal_->push_back(name_ + "." + what); }
 
-  private:
     std::string name_;
-    std::shared_ptr<std::vector<std::string>> journal_;
+    std::shared_ptr<Lines> journal_;
 };
 
-class LifecycleTest : public ::testing::Test {
+class LifecycleTest : public UiTest {
   protected:
     std::shared_ptr<Recorder> make(const std::string& name) {
         return ViewController::create<Recorder>(name, journal);
     }
-    std::vector<std::string> take() {
-        auto out = *journal;
-        journal->clear();
-        return out;
-    }
+    Lines take() { return std::exchange(*journal, {}); }
 
-    testing::TestPlatform platform;
-    std::shared_ptr<std::vector<std::string>> journal =
-        std::make_shared<std::vector<std::string>>();
+    std::shared_ptr<Lines> journal = std::make_shared<Lines>();
 };
 
-using Lines = std::vector<std::string>;
+const Lines kAppear = {"a.viewWillAppear", "a.viewDidAppear"};
+const Lines kDisappear = {"a.viewWillDisappear", "a.viewDidDisappear"};
 
-TEST_F(LifecycleTest, ViewLoadsOnFirstAccessAndViewDidLoadRunsOnce) {
+TEST_F(LifecycleTest, ViewLoadsOnFirstAccessFromTheClassNibOrAsAPlainScreen) {
     auto vc = make("a");
     EXPECT_FALSE(vc->isViewLoaded());
     EXPECT_TRUE(take().empty());
-
     auto view = vc->view();
-    EXPECT_TRUE(vc->isViewLoaded());
     EXPECT_EQ(vc->view(), view);
     EXPECT_EQ(view->owningViewController(), vc);
     EXPECT_EQ(take(), (Lines{"a.viewDidLoad"}));
-    // A controller without a nib gets a plain view of the screen's size.
     EXPECT_EQ(view->frame(), Application::shared().mainScreen().bounds);
-}
 
-TEST_F(LifecycleTest, NibNamedAfterTheClassIsUsedWhenNoNameIsGiven) {
+    // With no nib name given, a nib named after the class is used.
     Responder* seenOwner = nullptr;
     NibRegistry::shared().registerNib("Recorder", [&](Responder* owner) {
         seenOwner = owner;
-        auto root = std::make_shared<View>(Rect(0, 0, 10, 20));
+        auto root = std::make_shared<View>();
         root->setTag(7);
         return root;
     });
-    auto vc = make("a");
-    EXPECT_EQ(vc->view()->tag(), 7);
-    EXPECT_EQ(seenOwner, vc.get());
+    auto fromNib = make("b");
+    EXPECT_EQ(fromNib->view()->tag(), 7);
+    EXPECT_EQ(seenOwner, fromNib.get());
     NibRegistry::shared().removeNib("Recorder");
 }
 
@@ -94,13 +84,10 @@ TEST_F(LifecycleTest, AppearanceFollowsTheRootViewIntoAndOutOfAWindow) {
     vc->view();
     take();
 
-    // Not in a window: nothing.
-    host->addSubview(vc->view());
+    host->addSubview(vc->view());  // not in a window: nothing
     EXPECT_TRUE(take().empty());
-
-    // The ancestor joins the window: the controller appears.
-    window->addSubview(host);
-    EXPECT_EQ(take(), (Lines{"a.viewWillAppear", "a.viewDidAppear"}));
+    window->addSubview(host);  // the ancestor joins the window
+    EXPECT_EQ(take(), kAppear);
     EXPECT_EQ(vc->appearanceState(), AppearanceState::appeared);
 
     // Moving within the same window is no appearance change.
@@ -109,30 +96,12 @@ TEST_F(LifecycleTest, AppearanceFollowsTheRootViewIntoAndOutOfAWindow) {
     other->addSubview(vc->view());
     EXPECT_TRUE(take().empty());
 
-    // Leaving, directly.
-    vc->view()->removeFromSuperview();
-    EXPECT_EQ(take(), (Lines{"a.viewWillDisappear", "a.viewDidDisappear"}));
-
-    // Joining directly, then leaving through the ancestor.
-    host->addSubview(vc->view());
-    EXPECT_EQ(take(), (Lines{"a.viewWillAppear", "a.viewDidAppear"}));
+    vc->view()->removeFromSuperview();  // leaving directly
+    EXPECT_EQ(take(), kDisappear);
+    host->addSubview(vc->view());  // joining directly, then leaving through the ancestor
+    EXPECT_EQ(take(), kAppear);
     host->removeFromSuperview();
-    EXPECT_EQ(take(), (Lines{"a.viewWillDisappear", "a.viewDidDisappear"}));
-}
-
-TEST_F(LifecycleTest, ViewWillAppearRunsBeforeTheViewIsInTheWindowAndDidAppearAfter) {
-    auto window = Application::shared().showWindow();
-    struct Probe : ViewController {
-        using ViewController::ViewController;
-        void viewWillAppear(bool) override { inWindowAtWill = view()->window() != nullptr; }
-        void viewDidAppear(bool) override { inWindowAtDid = view()->window() != nullptr; }
-        bool inWindowAtWill = true;
-        bool inWindowAtDid = false;
-    };
-    auto vc = ViewController::create<Probe>();
-    window->addSubview(vc->view());
-    EXPECT_FALSE(vc->inWindowAtWill);
-    EXPECT_TRUE(vc->inWindowAtDid);
+    EXPECT_EQ(take(), kDisappear);
 }
 
 TEST_F(LifecycleTest, NestedControllersAppearParentFirst) {
@@ -159,8 +128,7 @@ TEST_F(LifecycleTest, WindowRootControllerAppearsAndIsReplaced) {
     EXPECT_EQ(window->subviews().front(), first->view());
     EXPECT_EQ(first->view()->frame(), window->bounds());
 
-    auto second = make("second");
-    window->setRootViewController(second);
+    window->setRootViewController(make("second"));
     EXPECT_EQ(take(),
               (Lines{"first.viewWillDisappear", "first.viewDidDisappear", "second.viewDidLoad",
                      "second.viewWillAppear", "second.viewDidAppear"}));
@@ -179,7 +147,6 @@ TEST_F(LifecycleTest, PresentAndDismissWithCompletionsAfterTheCurrentTask) {
                              "modal.viewDidAppear"}));
     EXPECT_EQ(root->presentedViewController(), modal);
     EXPECT_EQ(modal->presentingViewController(), root);
-    EXPECT_EQ(modal->view()->window(), window);
     EXPECT_EQ(window->subviews().back(), modal->view());
     EXPECT_FALSE(presented);
     platform.runPending();
@@ -187,7 +154,7 @@ TEST_F(LifecycleTest, PresentAndDismissWithCompletionsAfterTheCurrentTask) {
 
     // The presented controller dismisses itself; code after the call runs before the
     // completion.
-    std::vector<std::string> order;
+    Lines order;
     modal->dismiss(true, [&] { order.push_back("completion"); });
     order.push_back("after dismiss");
     EXPECT_EQ(take(), (Lines{"modal.viewWillDisappear", "modal.viewDidDisappear"}));
@@ -202,14 +169,14 @@ TEST_F(LifecycleTest, DismissingFromTheBottomTakesTheWholeChainTopFirst) {
     auto root = make("root");
     Application::shared().showWindow(root);
     auto first = make("first");
-    auto second = make("second");
     root->present(first, false);
-    first->present(second, false);
+    first->present(make("second"), false);  // held by its presenter only
     take();
 
     root->dismiss(false);
-    EXPECT_EQ(take(), (Lines{"second.viewWillDisappear", "second.viewDidDisappear",
-                             "first.viewWillDisappear", "first.viewDidDisappear"}));
+    EXPECT_EQ(take(),
+              (Lines{"second.viewWillDisappear", "second.viewDidDisappear",
+                     "first.viewWillDisappear", "first.viewDidDisappear", "second.deinit"}));
     EXPECT_EQ(root->presentedViewController(), nullptr);
     EXPECT_EQ(first->presentedViewController(), nullptr);
 }
@@ -218,13 +185,11 @@ TEST_F(LifecycleTest, RefusedPresentationsPrintAndNeverComplete) {
     auto root = make("root");
     bool completed = false;
 
-    // Presenter not in a window.
     root->present(make("lost"), false, [&] { completed = true; });
     EXPECT_EQ(root->presentedViewController(), nullptr);
     EXPECT_TRUE(platform.printed(
         "Attempt to present <Recorder> on <Recorder> whose view is not in the window hierarchy."));
 
-    // Presenter already presenting.
     Application::shared().showWindow(root);
     auto first = make("first");
     root->present(first, false);
@@ -232,46 +197,27 @@ TEST_F(LifecycleTest, RefusedPresentationsPrintAndNeverComplete) {
     EXPECT_EQ(root->presentedViewController(), first);
     EXPECT_TRUE(platform.printedContaining("which is already presenting <Recorder>."));
 
-    // Nothing to dismiss.
-    auto lone = make("lone");
-    lone->dismiss(false, [&] { completed = true; });
+    make("lone")->dismiss(false, [&] { completed = true; });  // nothing to dismiss
 
     platform.runPending();
     EXPECT_FALSE(completed);
 }
 
-TEST_F(LifecycleTest, DeinitRunsOnceWhenTheLastOwnerLetsGo) {
+TEST_F(LifecycleTest, TeardownRunsOnceForTheLastOwnerAndForgetsTheObservations) {
     auto vc = make("a");
-    std::weak_ptr<Recorder> weak = vc;
     auto copy = vc;
-    vc.reset();
-    EXPECT_TRUE(take().empty());
-    copy.reset();
-    EXPECT_EQ(take(), (Lines{"a.deinit"}));
-    EXPECT_TRUE(weak.expired());
-}
-
-TEST_F(LifecycleTest, DismissedControllerHeldOnlyByItsPresenterIsTornDown) {
-    auto root = make("root");
-    Application::shared().showWindow(root);
-    root->present(make("modal"), false);
-    take();
-    root->dismiss(false);
-    EXPECT_EQ(take(), (Lines{"modal.viewWillDisappear", "modal.viewDidDisappear", "modal.deinit"}));
-}
-
-TEST_F(LifecycleTest, TeardownForgetsTheControllersObservations) {
-    auto vc = make("a");
     int calls = 0;
     NotificationCenter::defaultCenter().addObserver(vc.get(), "ping", [&](auto&) { ++calls; });
     NotificationCenter::defaultCenter().post("ping");
     vc.reset();
+    EXPECT_TRUE(take().empty());
+    copy.reset();
+    EXPECT_EQ(take(), (Lines{"a.deinit"}));
     NotificationCenter::defaultCenter().post("ping");
     EXPECT_EQ(calls, 1);
     EXPECT_EQ(NotificationCenter::defaultCenter().observerCount("ping"), 0u);
-}
 
-TEST_F(LifecycleTest, ResettingTheProcessStateTearsDownWindowsAndTheirControllers) {
+    // Resetting the process state takes the windows down with their controllers.
     Application::shared().showWindow(make("root"));
     take();
     platform::resetProcessState();

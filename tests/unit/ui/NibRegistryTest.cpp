@@ -1,19 +1,9 @@
 // Nibs and storyboards: building trees for owners, binding outlets, and the faults that end
 // the program.
 
-#include <memory>
-#include <string>
-
-#include <gtest/gtest.h>
-
-#include "quillgate/ui/Button.h"
-#include "quillgate/ui/Label.h"
-#include "quillgate/ui/NibRegistry.h"
 #include "quillgate/ui/Outlet.h"
 #include "quillgate/ui/TableView.h"
-#include "quillgate/ui/View.h"
-#include "quillgate/ui/ViewController.h"
-#include "tests/support/TestPlatform.h"
+#include "tests/unit/ui/UiTestSupport.h"
 
 namespace quillgate::ui {
 namespace {
@@ -47,15 +37,14 @@ std::shared_ptr<View> buildStatusScene(Responder* owner) {
     return root;
 }
 
-class NibRegistryTest : public ::testing::Test {
+class NibRegistryTest : public UiTest {
   protected:
     void SetUp() override {
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
         NibRegistry::shared().registerScene<StatusScreen>("TestStoryboard", "StatusVC",
                                                           buildStatusScene);
     }
     void TearDown() override { NibRegistry::shared().removeStoryboard("TestStoryboard"); }
-
-    testing::TestPlatform platform;
 };
 
 TEST_F(NibRegistryTest, StoryboardScenesMakeControllersWhoseViewsBindOutlets) {
@@ -72,37 +61,24 @@ TEST_F(NibRegistryTest, StoryboardScenesMakeControllersWhoseViewsBindOutlets) {
     ASSERT_TRUE(cell);
     EXPECT_TRUE(cell->awoken);
     EXPECT_EQ(screen->btnClose.optional(), nullptr);
-}
 
-TEST_F(NibRegistryTest, AnOutletWhoseElementWasFreedReadsAsUnbound) {
+    // An outlet whose element was freed reads as unbound.
     Outlet<Label> outlet;
-    {
-        auto label = std::make_shared<Label>();
-        outlet = label;
-        EXPECT_TRUE(outlet.isBound());
-    }
+    outlet = std::make_shared<Label>();
     EXPECT_FALSE(outlet.isBound());
     EXPECT_EQ(outlet.optional(), nullptr);
 }
 
-class NibRegistryDeathTest : public NibRegistryTest {
-  protected:
-    void SetUp() override {
-        GTEST_FLAG_SET(death_test_style, "threadsafe");
-        NibRegistryTest::SetUp();
-    }
-};
+using NibRegistryDeathTest = NibRegistryTest;
 
-TEST_F(NibRegistryDeathTest, ReadingAnUnboundOutletEndsTheProgram) {
-    auto vc = NibRegistry::shared().instantiateViewController("TestStoryboard", "StatusVC");
-    auto screen = std::static_pointer_cast<StatusScreen>(vc);
+TEST_F(NibRegistryDeathTest, UnboundOutletsMissingNibsAndScenesEndTheProgram) {
+    auto screen = std::static_pointer_cast<StatusScreen>(
+        NibRegistry::shared().instantiateViewController("TestStoryboard", "StatusVC"));
     screen->loadViewIfNeeded();
     EXPECT_DEATH(screen->btnClose->setTitle("x"),
                  "Fatal error: Unexpectedly found nil while implicitly unwrapping an Optional "
                  "value");
-}
 
-TEST_F(NibRegistryDeathTest, MissingNibsAndScenesEndTheProgram) {
     struct Orphan : ViewController {
         Orphan(Token t) : ViewController(t, "NoSuchNib") {}
     };

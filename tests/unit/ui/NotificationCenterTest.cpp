@@ -1,24 +1,15 @@
 // The notification centre: delivery order, removal by owner and by token, changes during a
 // post, and the application's own notifications.
 
-#include <memory>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "quillgate/ui/Application.h"
-#include "quillgate/ui/NotificationCenter.h"
-#include "tests/support/TestPlatform.h"
+#include "tests/unit/ui/UiTestSupport.h"
 
 namespace quillgate::ui {
 namespace {
 
-class NotificationCenterTest : public ::testing::Test {
+class NotificationCenterTest : public UiTest {
   protected:
-    testing::TestPlatform platform;
     NotificationCenter& center = NotificationCenter::defaultCenter();
-    std::vector<std::string> heard;
+    Lines heard;
 };
 
 TEST_F(NotificationCenterTest, PostCarriesObjectAndUserInfoToObserversInOrder) {
@@ -33,8 +24,7 @@ TEST_F(NotificationCenterTest, PostCarriesObjectAndUserInfoToObserversInOrder) {
 
     center.post("selectedPlan", std::string("myObject"), {{"id", "tier-2"}});
     center.post("other");
-    EXPECT_EQ(heard, (std::vector<std::string>{"screen myObject tier-2", "token",
-                                               "all selectedPlan", "all other"}));
+    EXPECT_EQ(heard, (Lines{"screen myObject tier-2", "token", "all selectedPlan", "all other"}));
     EXPECT_EQ(center.observerCount("selectedPlan"), 2u);
 }
 
@@ -47,7 +37,7 @@ TEST_F(NotificationCenterTest, OwnersAndTokensRemoveTheirRegistrations) {
     center.post("b");
     center.removeObserver(&screen);
     center.post("b");
-    EXPECT_EQ(heard, (std::vector<std::string>{"b"}));
+    EXPECT_EQ(heard, (Lines{"b"}));
     EXPECT_EQ(center.ownerRegistrationCount(&screen), 0u);
 
     {
@@ -58,7 +48,13 @@ TEST_F(NotificationCenterTest, OwnersAndTokensRemoveTheirRegistrations) {
         center.post("c");
     }
     center.post("c");
-    EXPECT_EQ(heard, (std::vector<std::string>{"b", "c"}));
+    EXPECT_EQ(heard, (Lines{"b", "c"}));
+
+    // A token outlives the centre harmlessly.
+    auto token = center.observe("x", [](const Notification&) {});
+    platform::resetProcessState();
+    EXPECT_FALSE(token.isActive());
+    token.reset();
 }
 
 TEST_F(NotificationCenterTest, ChangesDuringAPostApplyFromTheNextRegistrationOn) {
@@ -71,14 +67,7 @@ TEST_F(NotificationCenterTest, ChangesDuringAPostApplyFromTheNextRegistrationOn)
     });
     second = center.observe("x", [&](const Notification&) { heard.push_back("second"); });
     center.post("x");
-    EXPECT_EQ(heard, (std::vector<std::string>{"first"}));
-}
-
-TEST_F(NotificationCenterTest, TokensOutliveTheCenterHarmlessly) {
-    auto token = center.observe("x", [](const Notification&) {});
-    platform::resetProcessState();
-    EXPECT_FALSE(token.isActive());
-    token.reset();
+    EXPECT_EQ(heard, (Lines{"first"}));
 }
 
 TEST_F(NotificationCenterTest, ApplicationPostsItsStateChanges) {
@@ -88,10 +77,10 @@ TEST_F(NotificationCenterTest, ApplicationPostsItsStateChanges) {
     app.resignActive();  // already inactive
     app.enterBackground();
     app.becomeActive();
-    EXPECT_EQ(heard, (std::vector<std::string>{"UIApplicationWillResignActiveNotification",
-                                               "UIApplicationDidEnterBackgroundNotification",
-                                               "UIApplicationWillEnterForegroundNotification",
-                                               "UIApplicationDidBecomeActiveNotification"}));
+    EXPECT_EQ(heard, (Lines{"UIApplicationWillResignActiveNotification",
+                            "UIApplicationDidEnterBackgroundNotification",
+                            "UIApplicationWillEnterForegroundNotification",
+                            "UIApplicationDidBecomeActiveNotification"}));
 }
 
 }  // namespace

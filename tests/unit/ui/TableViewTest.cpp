@@ -1,19 +1,9 @@
 // Tables and collections: content size from row heights, cell reuse, selection by the
 // reader and by code.
 
-#include <map>
-#include <memory>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "quillgate/ui/Button.h"
 #include "quillgate/ui/CollectionView.h"
-#include "quillgate/ui/Label.h"
-#include "quillgate/ui/NibRegistry.h"
 #include "quillgate/ui/TableView.h"
-#include "tests/support/TestPlatform.h"
+#include "tests/unit/ui/UiTestSupport.h"
 
 namespace quillgate::ui {
 namespace {
@@ -47,10 +37,10 @@ class Rows : public TableViewDataSource, public TableViewDelegate {
 
     std::vector<double> heights;
     std::optional<std::string> title;
-    std::vector<std::string> events;
+    Lines events;
 };
 
-class TableViewTest : public ::testing::Test {
+class TableViewTest : public UiTest {
   protected:
     void SetUp() override {
         table->registerClass<CountingCell>("row");
@@ -58,7 +48,6 @@ class TableViewTest : public ::testing::Test {
         table->setDelegate(rows);
     }
 
-    testing::TestPlatform platform;
     std::shared_ptr<TableView> table = std::make_shared<TableView>(Rect(0, 0, 320, 400));
     std::shared_ptr<Rows> rows = std::make_shared<Rows>();
 };
@@ -120,7 +109,7 @@ TEST_F(TableViewTest, TappingRowsSelectsAndTellsTheDelegate) {
 
     EXPECT_TRUE(table->tapRow({0, 1}));
     EXPECT_TRUE(table->tapRow({0, 2}));
-    EXPECT_EQ(rows->events, (std::vector<std::string>{"select 1", "deselect 1", "select 2"}));
+    EXPECT_EQ(rows->events, (Lines{"select 1", "deselect 1", "select 2"}));
     EXPECT_EQ(table->indexPathForSelectedRow(), (IndexPath{0, 2}));
     EXPECT_TRUE(table->cellForRow({0, 2})->isSelected());
     EXPECT_FALSE(table->cellForRow({0, 1})->isSelected());
@@ -176,17 +165,25 @@ class Tiers : public CollectionViewDataSource, public CollectionViewDelegate {
     std::vector<int> selected;
 };
 
+// A collection of `tiers`, sized by them when they are also its delegate.
+std::shared_ptr<CollectionView> tierCollection(Rect frame, const CollectionViewFlowLayout& layout,
+                                               const std::shared_ptr<Tiers>& tiers, bool delegate) {
+    auto collection = std::make_shared<CollectionView>(frame, layout);
+    collection->registerClass<CollectionViewCell>("tier");
+    collection->setDataSource(tiers);
+    if (delegate) {
+        collection->setDelegate(tiers);
+    }
+    collection->reloadData();
+    return collection;
+}
+
 TEST_F(TableViewTest, CollectionFlowLayoutPlacesItemsAndSizesTheContent) {
     CollectionViewFlowLayout layout;
     layout.scrollDirection = ScrollDirection::horizontal;
     layout.minimumLineSpacing = 10;
-    auto collection = std::make_shared<CollectionView>(Rect(0, 0, 300, 100), layout);
     auto tiers = std::make_shared<Tiers>();
-    collection->registerClass<CollectionViewCell>("tier");
-    collection->setDataSource(tiers);
-    collection->setDelegate(tiers);
-    collection->reloadData();
-
+    auto collection = tierCollection(Rect(0, 0, 300, 100), layout, tiers, true);
     ASSERT_EQ(collection->numberOfItems(0), 3);
     EXPECT_EQ(collection->cellForItem({0, 0})->frame(), Rect(10, 0, 144, 86));
     EXPECT_EQ(collection->cellForItem({0, 1})->frame(), Rect(164, 0, 144, 86));
@@ -199,19 +196,14 @@ TEST_F(TableViewTest, CollectionFlowLayoutPlacesItemsAndSizesTheContent) {
     EXPECT_TRUE(collection->tapItem({0, 1}));
     EXPECT_FALSE(collection->cellForItem({0, 0})->isSelected());
     EXPECT_EQ(tiers->selected, (std::vector<int>{1}));
-}
 
-TEST_F(TableViewTest, VerticalFlowWrapsLines) {
-    CollectionViewFlowLayout layout;
+    // A vertical flow of the layout's item size wraps its lines.
+    layout = {};
     layout.itemSize = {100, 40};
     layout.minimumInteritemSpacing = 10;
     layout.minimumLineSpacing = 5;
-    auto collection = std::make_shared<CollectionView>(Rect(0, 0, 250, 300), layout);
-    auto tiers = std::make_shared<Tiers>();
     tiers->count = 5;
-    collection->registerClass<CollectionViewCell>("tier");
-    collection->setDataSource(tiers);
-    collection->reloadData();
+    collection = tierCollection(Rect(0, 0, 250, 300), layout, tiers, false);
     EXPECT_EQ(collection->cellForItem({0, 1})->frame(), Rect(110, 0, 100, 40));
     EXPECT_EQ(collection->cellForItem({0, 2})->frame(), Rect(0, 45, 100, 40));
     EXPECT_EQ(collection->contentSize(), (Size{250, 130}));

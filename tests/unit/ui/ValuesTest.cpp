@@ -1,13 +1,9 @@
 // Values of the tree and the texts elements show: colours, attributed text, label and
 // button text rules.
 
-#include <gtest/gtest.h>
-
 #include "quillgate/ui/AttributedString.h"
-#include "quillgate/ui/Button.h"
 #include "quillgate/ui/Color.h"
-#include "quillgate/ui/Label.h"
-#include "tests/support/TestPlatform.h"
+#include "tests/unit/ui/UiTestSupport.h"
 
 namespace quillgate::ui {
 namespace {

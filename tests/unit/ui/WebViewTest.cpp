@@ -1,14 +1,8 @@
 // The headless web view: navigations through the delegate, redirects, cancellations,
 // script messages, the user agent.
 
-#include <memory>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "quillgate/ui/WebView.h"
-#include "tests/support/TestPlatform.h"
+#include "tests/unit/ui/UiTestSupport.h"
 
 namespace quillgate::ui {
 namespace {
@@ -43,31 +37,24 @@ class Recorder : public NavigationDelegate {
         events.push_back("fail " + std::to_string(e.code));
     }
 
-    std::vector<std::string> events;
+    Lines events;
     bool holdDecisions = false;
     DecisionHandler held;
 };
 
-class WebViewTest : public ::testing::Test {
+class WebViewTest : public UiTest {
   protected:
     void SetUp() override { web->setNavigationDelegate(delegate); }
-    std::vector<std::string> take() {
-        auto out = delegate->events;
-        delegate->events.clear();
-        return out;
-    }
+    Lines take() { return std::exchange(delegate->events, {}); }
     static platform::HttpRequest get(std::string url) {
         platform::HttpRequest r;
         r.url = std::move(url);
         return r;
     }
 
-    testing::TestPlatform platform;
     std::shared_ptr<HeadlessWebView> web = std::make_shared<HeadlessWebView>();
     std::shared_ptr<Recorder> delegate = std::make_shared<Recorder>();
 };
-
-using Events = std::vector<std::string>;
 
 TEST_F(WebViewTest, LoadsGoThroughTheDelegateAndFinishOnTheMainQueue) {
     std::vector<bool> loading;
@@ -79,22 +66,21 @@ TEST_F(WebViewTest, LoadsGoThroughTheDelegateAndFinishOnTheMainQueue) {
     ASSERT_TRUE(web->load(get("http://127.0.0.1:1/overlay")));
     EXPECT_TRUE(web->isLoading());
     EXPECT_EQ(take(),
-              (Events{"decide http://127.0.0.1:1/overlay", "start http://127.0.0.1:1/overlay"}));
+              (Lines{"decide http://127.0.0.1:1/overlay", "start http://127.0.0.1:1/overlay"}));
     platform.runPending();
     EXPECT_FALSE(web->isLoading());
-    EXPECT_EQ(take(), (Events{"finish http://127.0.0.1:1/overlay"}));
+    EXPECT_EQ(take(), (Lines{"finish http://127.0.0.1:1/overlay"}));
     EXPECT_EQ(loading, (std::vector<bool>{true, false}));
     ASSERT_EQ(web->loadedRequests().size(), 1u);
     EXPECT_EQ(web->loadedRequests()[0].url, "http://127.0.0.1:1/overlay");
-}
 
-TEST_F(WebViewTest, ALoadReplacingOneUnderWayCancelsIt) {
+    // A load replacing one under way cancels it.
     web->load(get("http://127.0.0.1:1/a"));
     web->load(get("http://127.0.0.1:1/a"));
     platform.runPending();
-    EXPECT_EQ(take(), (Events{"decide http://127.0.0.1:1/a", "start http://127.0.0.1:1/a",
-                              "decide http://127.0.0.1:1/a", "fail provisional -999",
-                              "start http://127.0.0.1:1/a", "finish http://127.0.0.1:1/a"}));
+    EXPECT_EQ(take(), (Lines{"decide http://127.0.0.1:1/a", "start http://127.0.0.1:1/a",
+                             "decide http://127.0.0.1:1/a", "fail provisional -999",
+                             "start http://127.0.0.1:1/a", "finish http://127.0.0.1:1/a"}));
 }
 
 TEST_F(WebViewTest, ThePageNavigatesRedirectsAndFails) {
@@ -105,16 +91,16 @@ TEST_F(WebViewTest, ThePageNavigatesRedirectsAndFails) {
     EXPECT_EQ(web->simulateRedirect("http://127.0.0.1:1/next"), NavigationActionPolicy::allow);
     EXPECT_EQ(web->simulateRedirect("deny:next"), NavigationActionPolicy::cancel);
     EXPECT_FALSE(web->isLoading());
-    EXPECT_EQ(take(), (Events{"decide orvelant://home?id=c1", "start orvelant://home?id=c1",
-                              "decide deny:somewhere", "redirect http://127.0.0.1:1/next",
-                              "redirected http://127.0.0.1:1/next", "redirect deny:next",
-                              "fail provisional 102"}));
+    EXPECT_EQ(take(), (Lines{"decide orvelant://home?id=c1", "start orvelant://home?id=c1",
+                             "decide deny:somewhere", "redirect http://127.0.0.1:1/next",
+                             "redirected http://127.0.0.1:1/next", "redirect deny:next",
+                             "fail provisional 102"}));
 
     web->load(get("http://127.0.0.1:1/page"));
     take();
     EXPECT_TRUE(web->failNavigation(WebError{-1004, "NSURLErrorDomain", "refused"}));
     web->loadHTMLString("Page Not Found", std::nullopt);
-    EXPECT_EQ(take(), (Events{"fail -1004", "decide about:blank", "start about:blank"}));
+    EXPECT_EQ(take(), (Lines{"fail -1004", "decide about:blank", "start about:blank"}));
     EXPECT_EQ(web->loads().back().html, "Page Not Found");
 
     EXPECT_TRUE(web->reload());
@@ -128,7 +114,7 @@ TEST_F(WebViewTest, DecisionsMayComeLater) {
     delegate->held(NavigationActionPolicy::allow);
     EXPECT_TRUE(web->isLoading());
     delegate->held(NavigationActionPolicy::allow);  // a second answer changes nothing
-    EXPECT_EQ(take(), (Events{"decide http://127.0.0.1:1/late", "start http://127.0.0.1:1/late"}));
+    EXPECT_EQ(take(), (Lines{"decide http://127.0.0.1:1/late", "start http://127.0.0.1:1/late"}));
 }
 
 TEST_F(WebViewTest, ScriptMessagesReachTheHandlerOfTheirName) {
