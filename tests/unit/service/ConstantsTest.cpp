@@ -29,13 +29,13 @@ TEST_F(ConstantsTest, AnonymousIdIsMadeOnceAndMarksANewReader) {
     EXPECT_FALSE(Constants::isNewReader()) << "only the creation marks a new reader";
     // Plain objects: written without a synchronisation.
     EXPECT_EQ(tp.defaults().synchronizeCount(), 0);
-}
 
-TEST_F(ConstantsTest, AStoredNonTextIdentityIsReplaced) {
+    // A stored value that is no text is replaced.
     tp.defaults().setObject(42, "AnonymousID");
-    const std::string id = Constants::anonymousID();
-    EXPECT_TRUE(tp.printed("New Anonymous ID: " + id));
-    EXPECT_EQ(tp.defaults().string("AnonymousID"), id);
+    const std::string replaced = Constants::anonymousID();
+    EXPECT_NE(replaced, first);
+    EXPECT_TRUE(tp.printed("New Anonymous ID: " + replaced));
+    EXPECT_EQ(tp.defaults().string("AnonymousID"), replaced);
 }
 
 TEST_F(ConstantsTest, PingIdIsRenewedAfterRemoval) {
@@ -51,17 +51,14 @@ TEST_F(ConstantsTest, PingIdIsRenewedAfterRemoval) {
     EXPECT_TRUE(tp.printed("New PingID: " + second));
 }
 
-TEST_F(ConstantsTest, StoredClientUserIdPrintsOnlyWhenFound) {
+TEST_F(ConstantsTest, OnlySessionAndChallengeGoThroughTheSynchronisingSetter) {
     EXPECT_EQ(Constants::storedClientUserId(), "");
-    EXPECT_TRUE(tp.lines().empty());
-
+    EXPECT_TRUE(tp.lines().empty()) << "the client user id prints only when found";
     Constants::setStoredClientUserId("reader-7");
     EXPECT_EQ(Constants::storedClientUserId(), "reader-7");
     EXPECT_TRUE(tp.printed("Existing clientUserId: reader-7"));
     EXPECT_EQ(tp.defaults().synchronizeCount(), 0);
-}
 
-TEST_F(ConstantsTest, SessionAndChallengeGoThroughTheSynchronisingSetter) {
     Constants::setSessionID("s-1");
     Constants::setLoginChallenge("c-1");
     EXPECT_EQ(Constants::sessionID(), "s-1");
@@ -76,7 +73,7 @@ TEST_F(ConstantsTest, SessionAndChallengeGoThroughTheSynchronisingSetter) {
     EXPECT_FALSE(Constants::loginChallenge().has_value()) << "a non-text reads as absent";
 }
 
-TEST_F(ConstantsTest, LogoutWipeKeepsTheAnonymousAndPingIdentities) {
+TEST_F(ConstantsTest, EndingASessionKeepsTheChallengeAndLogoutKeepsOnlyTheIdentities) {
     const std::string anon = Constants::anonymousID();
     const std::string ping = Constants::pingID();
     Constants::setSessionID("s-1");
@@ -85,26 +82,23 @@ TEST_F(ConstantsTest, LogoutWipeKeepsTheAnonymousAndPingIdentities) {
     Constants::userID() = "user-1";
     Constants::clientUserId() = "reader-7";
 
-    Constants::clearSignIn();
-
+    Constants::clearSession();
     EXPECT_FALSE(Constants::sessionID());
-    EXPECT_FALSE(Constants::loginChallenge());
     EXPECT_EQ(Constants::userID(), "");
+    EXPECT_EQ(Constants::loginChallenge(), "c-1");
+    EXPECT_EQ(Constants::clientUserId(), "reader-7");
+
+    Constants::setSessionID("s-2");
+    Constants::userID() = "user-2";
+    Constants::clearSignIn();
+    EXPECT_FALSE(Constants::sessionID());
+    EXPECT_EQ(Constants::userID(), "");
+    EXPECT_FALSE(Constants::loginChallenge());
     EXPECT_EQ(Constants::clientUserId(), "");
     EXPECT_EQ(tp.defaults().object("clientUserId"), nlohmann::json(""))
         << "the key stays, with the empty text";
     EXPECT_EQ(tp.defaults().string("AnonymousID"), anon);
     EXPECT_EQ(tp.defaults().string("PingID"), ping);
-}
-
-TEST_F(ConstantsTest, EndingASessionLeavesTheChallenge) {
-    Constants::setSessionID("s-1");
-    Constants::setLoginChallenge("c-1");
-    Constants::userID() = "user-1";
-    Constants::clearSession();
-    EXPECT_FALSE(Constants::sessionID());
-    EXPECT_EQ(Constants::userID(), "");
-    EXPECT_EQ(Constants::loginChallenge(), "c-1");
 }
 
 TEST(ConstantsProcessTest, ProcessValuesStartOverWithTheProcessState) {

@@ -38,7 +38,8 @@ class NetworkClientTest : public ::testing::Test {
     }
 
     // Sends a request and keeps what its completion hears.
-    std::vector<Heard> sendAndRun(std::shared_ptr<int> owner = std::make_shared<int>(0)) {
+    std::vector<Heard> sendAndRun() {
+        auto owner = std::make_shared<int>(0);
         auto heard = std::make_shared<std::vector<Heard>>();
         NetworkClient::shared().send(
             contentRequest(), owner, [heard](auto data, auto error, long status) {
@@ -86,31 +87,40 @@ TEST_F(NetworkClientTest, AnAnswerIsPrintedAndHandedBackOnTheMainQueue) {
     EXPECT_TRUE(tp.printed("API Request::http://127.0.0.1:3001/api/v1/content?clientId=cl"));
     EXPECT_TRUE(tp.printed(
         R"(API Response::Optional("{\n  \"a\" : \"q\\\"uote\",\n  \"b\" : [\n    1,\n    \"x\\/y\"\n  ]\n}"))"));
-}
 
-TEST_F(NetworkClientTest, ResponseTextDropsDoubleBackslashesAndIsNilForNonJson) {
+    // The printed text drops double backslashes and is nil for what is no JSON.
     EXPECT_EQ(NetworkClient::responseDescription(R"({"p":"a\\b"})"),
               R"(Optional("{\n  \"p\" : \"ab\"\n}"))");
     EXPECT_EQ(NetworkClient::responseDescription(""), "nil");
     EXPECT_EQ(NetworkClient::responseDescription("<html>"), "nil");
 }
 
-TEST_F(NetworkClientTest, NetworkDownPrintsAndSendsNothing) {
+TEST_F(NetworkClientTest, NothingIsHandedBackWithoutANetworkABodyOrAnOwner) {
     tp.reachability().set(false);
     tp.http().answer("/content", 200, "{}");
     auto heard = sendAndRun();
     EXPECT_TRUE(heard.empty());
     EXPECT_EQ(tp.http().requestCount(), 0u);
     EXPECT_TRUE(tp.printed("No internet Connection"));
-}
 
-TEST_F(NetworkClientTest, AnAnswerWithoutBodyIsNeverHandedBack) {
+    // An answer without a body is never handed back.
+    tp.reachability().set(true);
+    tp.http().clearRules();
     platform::HttpResult result;
     result.response = platform::HttpResponse{200, {}, {}};
     tp.http().addRule({"", "/content", result, false});
     EXPECT_TRUE(sendAndRun().empty());
     EXPECT_TRUE(tp.printed("Error: No data received"));
     EXPECT_FALSE(tp.printedContaining("API Request::"));
+
+    // Nor is an answer for an owner that has gone.
+    tp.http().answer("/content", 200, "{}");
+    auto owner = std::make_shared<int>(0);
+    int calls = 0;
+    NetworkClient::shared().send(contentRequest(), owner, [&](auto, auto, long) { ++calls; });
+    owner.reset();
+    tp.runPending();
+    EXPECT_EQ(calls, 0);
 }
 
 TEST_F(NetworkClientTest, TransportErrors) {
@@ -140,36 +150,19 @@ TEST_F(NetworkClientTest, TransportErrors) {
     EXPECT_TRUE(tp.printed("API Response::nil"));
 }
 
-TEST_F(NetworkClientTest, AnAnswerForAnOwnerThatHasGoneIsDropped) {
-    tp.http().answer("/content", 200, "{}");
-    auto owner = std::make_shared<int>(0);
-    auto heard = std::make_shared<int>(0);
-    NetworkClient::shared().send(contentRequest(), owner, [heard](auto, auto, long) { ++*heard; });
-    owner.reset();
-    tp.runPending();
-    EXPECT_EQ(*heard, 0);
-}
-
 TEST_F(NetworkClientTest, OnlyTwoHundredAndTwoHundredOneSucceed) {
-    EXPECT_TRUE(outline(200, "{}"));
-    EXPECT_TRUE(outline(201, "{}"));
-    tp.clearLines();
-    EXPECT_FALSE(outline(204, "{}"));
-    EXPECT_TRUE(tp.printed("someThingWentWrong"));
-    tp.clearLines();
-    EXPECT_FALSE(outline(500, "{}"));
-    EXPECT_TRUE(tp.printed("someThingWentWrong"));
-    tp.clearLines();
-    EXPECT_FALSE(outline(404, "{}"));
-    EXPECT_TRUE(tp.printed("wrongClientOrContentID"));
+    const std::vector<std::pair<long, const char*>> failures = {
+        {204, "someThingWentWrong"}, {500, "someThingWentWrong"}, {404, "wrongClientOrContentID"}};
+    for (const auto& [status, line] : failures) {
+        tp.clearLines();
+        EXPECT_FALSE(outline(status, "{}")) << status;
+        EXPECT_TRUE(tp.printed(line)) << status;
+    }
     EXPECT_FALSE(toastText());
-}
 
-TEST_F(NetworkClientTest, EmptySuccessBodyPrintsTheDecodingFailure) {
-    EXPECT_TRUE(outline(200, ""));
-    const auto lines = tp.lines();
-    ASSERT_FALSE(lines.empty());
-    EXPECT_TRUE(lines.back().starts_with("Data corrupted error: ")) << lines.back();
+    EXPECT_TRUE(outline(201, "{}"));
+    EXPECT_TRUE(outline(200, ""));  // a success whose body then fails to decode
+    EXPECT_TRUE(tp.lines().back().starts_with("Data corrupted error: ")) << tp.lines().back();
 }
 
 TEST_F(NetworkClientTest, BadRequestToastsTheServicesFirstMessage) {

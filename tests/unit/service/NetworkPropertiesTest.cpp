@@ -32,15 +32,12 @@ TEST_F(NetworkPropertiesTest, GetRoutesRepeatKeysForListsAndLeaveOtherValuesOut)
               "https://api.example.test/api/v1/content?clientId=c%201&tag=x&tag=y%26z");
     EXPECT_EQ(platform::url::queryItems(request.url),
               (platform::url::QueryItems{{"clientId", "c 1"}, {"tag", "x"}, {"tag", "y&z"}}));
-}
 
-TEST_F(NetworkPropertiesTest, GetRoutesWithoutEntriesHaveNoQuery) {
-    EXPECT_EQ(
-        NetworkProperties::getRequest(json::object(), false, Endpoint::popup("p1"), kAddresses).url,
-        "https://api.example.test/api/v1/client/popup/p1");
-    EXPECT_EQ(NetworkProperties::getRequest(json{}, false, Endpoint::popup("p1"), kAddresses).url,
-              "https://api.example.test/api/v1/client/popup/p1");
-    // Entries that give no item still set an (empty) query.
+    // Without entries there is no query; entries that give no item still set an empty one.
+    for (const json& none : {json::object(), json{}}) {
+        EXPECT_EQ(NetworkProperties::getRequest(none, false, Endpoint::popup("p1"), kAddresses).url,
+                  "https://api.example.test/api/v1/client/popup/p1");
+    }
     EXPECT_EQ(
         NetworkProperties::getRequest(json{{"n", 1}}, false, Endpoint::content(), kAddresses).url,
         "https://api.example.test/api/v1/content?");
@@ -61,7 +58,7 @@ TEST_F(NetworkPropertiesTest, JourneyQueryPrintsValuesAndEncodesTheWholeAddress)
               "&url=https://news.test/x?y=1");
 }
 
-TEST_F(NetworkPropertiesTest, PostRoutesCarryTheParametersAsJson) {
+TEST_F(NetworkPropertiesTest, PostRoutesCarryTheParametersAsJsonWhenTheyCanBeWritten) {
     auto request = NetworkProperties::getRequest(
         json{{"redirectTo", "orvelant://home?id=a1"}, {"loginChallengeId", "C-1"}}, false,
         Endpoint::loginChallenge(), kAddresses);
@@ -71,18 +68,17 @@ TEST_F(NetworkPropertiesTest, PostRoutesCarryTheParametersAsJson) {
     EXPECT_EQ(json::parse(*request.body),
               (json{{"redirectTo", "orvelant://home?id=a1"}, {"loginChallengeId", "C-1"}}));
     EXPECT_TRUE(tp.lines().empty());
-}
 
-TEST_F(NetworkPropertiesTest, ABodyThatCannotBeWrittenGoesOutEmpty) {
-    auto request = NetworkProperties::getRequest(json{{"sessionId", std::string("\xff")}}, false,
-                                                 Endpoint::logout("s"), kAddresses);
-    EXPECT_FALSE(request.body);
+    // A body that cannot be written goes out empty.
+    auto unwritable = NetworkProperties::getRequest(json{{"sessionId", std::string("\xff")}}, false,
+                                                    Endpoint::logout("s"), kAddresses);
+    EXPECT_FALSE(unwritable.body);
     ASSERT_EQ(tp.lines().size(), 1u);
     EXPECT_TRUE(tp.lines()[0].starts_with("Error converting to data: "));
-    EXPECT_EQ(request.headers.size(), 3u);
+    EXPECT_EQ(unwritable.headers.size(), 3u);
 }
 
-TEST_F(NetworkPropertiesTest, RequestsCarryExactlyTheThreeHeadersAnd45Seconds) {
+TEST_F(NetworkPropertiesTest, RequestsCarryExactlyTheThreeHeadersAnd45SecondsButTheUserRoute) {
     for (const Endpoint& endpoint : {Endpoint::journey(), Endpoint::loginChallenge()}) {
         auto request = NetworkProperties::getRequest(json::object(), false, endpoint, kAddresses);
         EXPECT_EQ(request.headers, (HttpHeaders{{"accept", "application/json"},
@@ -90,9 +86,8 @@ TEST_F(NetworkPropertiesTest, RequestsCarryExactlyTheThreeHeadersAnd45Seconds) {
                                                 {"User-Agent", NetworkProperties::userAgent()}}));
         EXPECT_EQ(request.timeoutSeconds, 45.0);
     }
-}
 
-TEST_F(NetworkPropertiesTest, UserRouteHasTheSessionInItsPathAndNoUserAgent) {
+    // The user route has no user agent, and the session in its path.
     auto without = NetworkProperties::getUserRequest("cl-1", kAddresses);
     EXPECT_EQ(without.url, "https://api.example.test/api/v1/user/?clientId=cl-1");
     EXPECT_EQ(without.method, "get");

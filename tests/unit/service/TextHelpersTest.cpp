@@ -20,15 +20,14 @@ TEST(DescriptionTest, ValuesPrintAsTheyReadInLogsAndQueries) {
     EXPECT_EQ(description::value(nullptr), "nil");
 }
 
-TEST(DescriptionTest, FloatingNumbersAlwaysShowAFraction) {
+TEST(DescriptionTest, FloatingNumbersAlwaysShowAFractionAndOptionalsAreWrapped) {
     EXPECT_EQ(description::number(0.0f), "0.0");
     EXPECT_EQ(description::number(50.0f), "50.0");
     EXPECT_EQ(description::number(33.3f), "33.3");
     EXPECT_EQ(description::number(0.1), "0.1");
     EXPECT_EQ(description::number(1e20), "1e+20");
-}
 
-TEST(DescriptionTest, OptionalsPrintWrappedOrNil) {
+    // Optionals print wrapped, or nil.
     EXPECT_EQ(description::optional(std::optional<std::string>("a\"b")), R"(Optional("a\"b"))");
     EXPECT_EQ(description::optional(std::optional<std::string>()), "nil");
     EXPECT_EQ(description::optional(std::optional<bool>(false)), "Optional(false)");
@@ -36,7 +35,7 @@ TEST(DescriptionTest, OptionalsPrintWrappedOrNil) {
     EXPECT_EQ(description::quoted("\x01"), R"("\u{1}")");
 }
 
-TEST(JsonTextTest, CompactFormEscapesSlashesAndKeepsUnicode) {
+TEST(JsonTextTest, CompactAndPrettyForms) {
     auto written = jsontext::write(json{{"redirectTo", "orvelant://home?id=a1"},
                                         {"n", 1.0},
                                         {"x", 0.25},
@@ -45,10 +44,9 @@ TEST(JsonTextTest, CompactFormEscapesSlashesAndKeepsUnicode) {
     ASSERT_TRUE(written.text);
     EXPECT_EQ(*written.text,
               R"({"n":1,"redirectTo":"orvelant:\/\/home?id=a1","s":"é","x":0.25,"z":null})");
-}
 
-TEST(JsonTextTest, PrettyFormIndentsByTwoWithSpacedColons) {
-    auto written = jsontext::write(
+    // The pretty form indents by two, with spaced colons.
+    written = jsontext::write(
         json{{"a", json::array({1, "x"})}, {"b", json::object()}, {"c", json::array()}}, true);
     ASSERT_TRUE(written.text);
     EXPECT_EQ(*written.text,
@@ -66,13 +64,12 @@ TEST(JsonTextTest, PrettyFormIndentsByTwoWithSpacedColons) {
               "}");
 }
 
-TEST(JsonTextTest, WhatCannotBeWrittenSaysWhy) {
+TEST(JsonTextTest, WhatCannotBeWrittenSaysWhyAndOnlyObjectsAndListsArePretty) {
     EXPECT_FALSE(jsontext::write(json{{"k", std::string("\xff\xfe")}}).text);
     EXPECT_FALSE(jsontext::write(json{{"k", std::nan("")}}).error.empty());
     EXPECT_FALSE(jsontext::write(json("top-level text")).text);
-}
 
-TEST(JsonTextTest, PrettyTextOnlyForObjectsAndLists) {
+    // Only objects and lists are given a pretty text.
     EXPECT_EQ(jsontext::prettyText(R"({"a":"b\/c"})"), "{\n  \"a\" : \"b\\/c\"\n}");
     EXPECT_EQ(jsontext::prettyText("[]"), "[\n\n]");
     EXPECT_FALSE(jsontext::prettyText(""));
