@@ -27,12 +27,12 @@ class EventManagerTest : public AnalyticsTest {
     EventManager& events() { return EventManager::shared(); }
 };
 
-TEST_F(EventManagerTest, PageViewBeforeAnyJourney) {
+TEST_F(EventManagerTest, PageEventsBeforeAndAfterAJourney) {
     events().logEventVIEW(EventLocation::PAGE);
     const json body = sentBodies().at(0);
     EXPECT_EQ(body["topic"], "demoTopic");
     EXPECT_EQ(body["messageBody"].size(), 1u);
-    const json m = lastMessage();
+    json m = lastMessage();
     EXPECT_EQ(shape(m), kPageShape);
     EXPECT_EQ(m["premiumContent"], 0);
     EXPECT_EQ(m["tags"], json::array());
@@ -43,17 +43,15 @@ TEST_F(EventManagerTest, PageViewBeforeAnyJourney) {
     EXPECT_EQ(m["osName"], "IOS");
     EXPECT_EQ(m["userAgent"], NetworkProperties::userAgent());
     EXPECT_EQ(m["contentId"], "article-9");
-}
 
-TEST_F(EventManagerTest, PageExitAfterJourneyCarriesContentAndProcessValues) {
+    // After the journey the content and the process values come along.
     setJourney(kJourney);
     client().setScrollDepth(120);
     client().pageLength = 900;
     Constants::accessType() = "SUB";
     Constants::unlockedStatus() = 1;
-
-    events().logEventEXIT(EventLocation::PAGE);
-    const json m = lastMessage();
+    events().logEventVIEW(EventLocation::PAGE);
+    m = lastMessage();
     EXPECT_EQ(shape(m), kPageShape);
     EXPECT_EQ(m["premiumContent"], 1);
     EXPECT_EQ(m["scrollDepth"], 120);
@@ -62,6 +60,8 @@ TEST_F(EventManagerTest, PageExitAfterJourneyCarriesContentAndProcessValues) {
     EXPECT_EQ(m["accessType"], "SUB");
     EXPECT_EQ(m["tags"], json({"t1", "t2"}));
     EXPECT_EQ(m["contentTitle"], "Title");
+    events().logEventEXIT(EventLocation::PAGE);
+    EXPECT_EQ(shape(lastMessage()), kPageShape);
 }
 
 TEST_F(EventManagerTest, PaywallViewAddsDisplayTypeAndCtaCount) {

@@ -21,15 +21,6 @@ void writeFile(const fs::path& p, const std::string& content) {
     std::ofstream(p, std::ios::binary) << content;
 }
 
-std::vector<std::string> entries(const fs::path& dir) {
-    std::vector<std::string> names;
-    for (const auto& e : fs::directory_iterator(dir)) {
-        names.push_back(e.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 class FileKeyValueStoreTest : public ::testing::Test {
   protected:
     testing::TestPlatform test;  // its log sink keeps what the store prints
@@ -68,7 +59,7 @@ TEST_F(FileKeyValueStoreTest, WriteLeavesOnlyTheFileBehind) {
     EXPECT_TRUE(store.synchronize());
     store.setObject(43, "counter");
     EXPECT_TRUE(store.synchronize());
-    EXPECT_EQ(entries(dir), std::vector<std::string>{"defaults.json"});
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 1);
     EXPECT_EQ(nlohmann::json::parse(fileContent(file)), (nlohmann::json{{"counter", 43}}));
 }
 

@@ -162,37 +162,26 @@ TEST(RecordData, FullPaywallConfigurationHasEveryStyleFrameAndSlot) {
     EXPECT_EQ(json.styleForText->typography->orvelantBalance->fontFamily, "Merriweather");
 }
 
-TEST(RecordData, JourneyCarriesContentPopupMeteringAndPaywallActions) {
+// Members whose keys the service spells its own way, or whose JSON type differs by place.
+TEST(RecordData, OddlyNamedAndTypedKeysReachTheirMembers) {
     const auto journey = decodeAndRoundTrip<UserJourneyModel>("user_journey.json");
-    EXPECT_EQ(journey.isPremium, true);
     EXPECT_EQ(journey.consumptionID, "c0ffee00-1234-4a5b-9c8d-0123456789ab");
     EXPECT_EQ(journey.content->id, "66112233445566778899aabb");  // not the file's "id"
-    EXPECT_EQ(journey.content->tags->size(), 3u);
     EXPECT_EQ(journey.content->pixels->facebook->events->at(1), "Purchase");
     EXPECT_EQ(journey.popupAction->data->popupActionID, "6620aabbccddeeff00112233");
-    EXPECT_EQ(journey.popupAction->data->conditions->mobilePageLoad->value, 3);
     EXPECT_EQ(journey.meteringAction->data->variables->stepCount, "3");
     EXPECT_EQ(journey.meteringAction->data->conditions->viewMeter->frequency, "1");
     EXPECT_EQ(journey.meteringAction->data->conditions->micropayMeter->conditions->at(1).frequency,
               3);
-    EXPECT_EQ(journey.meteringAction->data->conditions->mobileAction->type, "BANNER");
     EXPECT_EQ(journey.actionID->data->actionID, "65f1c0a2e4b0a1d2c3f4a5b6");
-}
 
-TEST(RecordData, AccountAndPlans) {
     const auto user = decodeAndRoundTrip<UserDetails>("user_details.json");
     EXPECT_EQ(user.promotionalOptIn, 1);
-    EXPECT_EQ(user.address->pincode, "560038");
     EXPECT_EQ(user.wallet->balance->numberString, "125.50");
-
     const auto plans = decodeAndRoundTrip<EmbededSubscription>("embeded_subscription.json");
     ASSERT_EQ(plans.subscriptions.size(), 2u);
     EXPECT_EQ(plans.subscriptions[0].tiers[1].price, 1499.5);
-    EXPECT_EQ(plans.subscriptions[0].tiers[1].duration, 12);
     EXPECT_EQ(plans.subscriptions[0].freeTrial.duration, 7);
-    EXPECT_FALSE(plans.subscriptions[1].currencySymbol.has_value());
-    EXPECT_FALSE(plans.subscriptions[1].freeTrial.duration.has_value());
-    EXPECT_FALSE(plans.subscriptions[1].tiers[0]._id.has_value());
 }
 
 TEST(RecordEncoding, WritesPresentMembersInKeyTableOrderWithTheServiceKeys) {

@@ -66,23 +66,18 @@ TEST_F(HierarchyTest, ViewWithTagSearchesTheSubtreeDepthFirstIncludingItself) {
 }
 
 TEST_F(HierarchyTest, ParentIsHeldWeaklyAndChildrenStrongly) {
+    auto parent = std::make_shared<View>();
     auto child = std::make_shared<View>();
-    std::weak_ptr<View> weakParent;
-    {
-        auto parent = std::make_shared<View>();
-        parent->addSubview(child);
-        weakParent = parent;
-    }
+    parent->addSubview(child);
+    std::weak_ptr<View> weakParent = parent;
+    std::weak_ptr<View> weakChild = child;
+    parent.reset();
     EXPECT_TRUE(weakParent.expired());
     EXPECT_EQ(child->superview(), nullptr);
 
-    std::weak_ptr<View> weakChild;
-    auto parent = std::make_shared<View>();
-    {
-        auto c = std::make_shared<View>();
-        parent->addSubview(c);
-        weakChild = c;
-    }
+    parent = std::make_shared<View>();
+    parent->addSubview(child);
+    child.reset();
     EXPECT_FALSE(weakChild.expired());
     parent->subviews().front()->removeFromSuperview();
     EXPECT_TRUE(weakChild.expired());
