@@ -3,53 +3,33 @@
 #include <algorithm>
 
 #include "quillgate/platform/Log.h"
-#include "quillgate/ui/NibRegistry.h"
 
 namespace quillgate::ui {
 
 CollectionView::~CollectionView() = default;
 
 void CollectionView::registerNib(const std::string& nibName, const std::string& identifier) {
-    factories_.erase(identifier);
-    nibs_[identifier] = nibName;
+    cells_.registerNib(nibName, identifier);
 }
 
 void CollectionView::registerClass(const std::string& identifier, CellFactory factory) {
-    nibs_.erase(identifier);
-    if (factory) {
-        factories_[identifier] = std::move(factory);
-    }
+    cells_.registerClass(identifier, std::move(factory));
 }
 
 bool CollectionView::isRegistered(const std::string& identifier) const {
-    return nibs_.count(identifier) > 0 || factories_.count(identifier) > 0;
+    return cells_.isRegistered(identifier);
 }
 
 std::shared_ptr<CollectionViewCell> CollectionView::dequeueReusableCell(
     const std::string& identifier, IndexPath indexPath) {
     (void)indexPath;
-    auto& pool = reusePool_[identifier];
-    if (!pool.empty()) {
-        auto cell = pool.back();
-        pool.pop_back();
-        cell->setSelected(false);
-        cell->setHighlighted(false);
-        cell->prepareForReuse();
-        return cell;
+    auto [cell, failure] = cells_.dequeue(identifier);
+    if (failure == CellQueue<CollectionViewCell>::Failure::nibIsNotACell) {
+        platform::fatal("invalid nib registered for identifier (" + identifier +
+                        ") - nib must contain exactly one top level object which must be a "
+                        "UICollectionReusableView instance");
     }
-    std::shared_ptr<CollectionViewCell> cell;
-    if (auto nib = nibs_.find(identifier); nib != nibs_.end()) {
-        cell = std::dynamic_pointer_cast<CollectionViewCell>(
-            NibRegistry::shared().instantiate(nib->second, nullptr));
-        if (!cell) {
-            platform::fatal("invalid nib registered for identifier (" + identifier +
-                            ") - nib must contain exactly one top level object which must be a "
-                            "UICollectionReusableView instance");
-        }
-    } else if (auto factory = factories_.find(identifier); factory != factories_.end()) {
-        cell = factory->second();
-    }
-    if (!cell) {
+    if (failure == CellQueue<CollectionViewCell>::Failure::notRegistered) {
         platform::fatal(
             "could not dequeue a view of kind: UICollectionElementKindCell with "
             "identifier " +
@@ -57,7 +37,6 @@ std::shared_ptr<CollectionViewCell> CollectionView::dequeueReusableCell(
             " - must register a nib or a class for the identifier or connect a "
             "prototype cell in a storyboard");
     }
-    cell->setReuseIdentifier(identifier);
     return cell;
 }
 
@@ -66,8 +45,7 @@ void CollectionView::reloadData() {
     ++reloadCount_;
     for (auto& section : sections_) {
         for (auto& cell : section) {
-            cell->removeFromSuperview();
-            reusePool_[cell->reuseIdentifier()].push_back(cell);
+            cells_.setAside(cell);
         }
     }
     sections_.clear();

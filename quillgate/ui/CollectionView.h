@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "quillgate/ui/CellQueue.h"
 #include "quillgate/ui/CollectionViewCell.h"
 #include "quillgate/ui/IndexPath.h"
 #include "quillgate/ui/ScrollView.h"
@@ -87,7 +88,7 @@ class CollectionViewDelegate {
 
 class CollectionView : public ScrollView {
   public:
-    using CellFactory = std::function<std::shared_ptr<CollectionViewCell>()>;
+    using CellFactory = CellQueue<CollectionViewCell>::Factory;
 
     CollectionView() = default;
     explicit CollectionView(Rect frame, CollectionViewFlowLayout layout = {})
@@ -141,9 +142,7 @@ class CollectionView : public ScrollView {
     std::weak_ptr<CollectionViewDataSource> dataSource_;
     std::weak_ptr<CollectionViewDelegate> delegate_;
     CollectionViewFlowLayout layout_;
-    std::map<std::string, std::string> nibs_;
-    std::map<std::string, CellFactory> factories_;
-    std::map<std::string, std::vector<std::shared_ptr<CollectionViewCell>>> reusePool_;
+    CellQueue<CollectionViewCell> cells_;
     std::vector<std::vector<std::shared_ptr<CollectionViewCell>>> sections_;
     std::optional<IndexPath> selected_;
     bool allowsSelection_ = true;

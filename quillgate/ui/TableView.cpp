@@ -4,7 +4,6 @@
 
 #include "quillgate/platform/Log.h"
 #include "quillgate/ui/Label.h"
-#include "quillgate/ui/NibRegistry.h"
 
 namespace quillgate::ui {
 
@@ -13,49 +12,29 @@ TableView::~TableView() = default;
 // ---- Cells
 
 void TableView::registerNib(const std::string& nibName, const std::string& identifier) {
-    factories_.erase(identifier);
-    nibs_[identifier] = nibName;
+    cells_.registerNib(nibName, identifier);
 }
 
 void TableView::registerClass(const std::string& identifier, CellFactory factory) {
-    nibs_.erase(identifier);
-    if (factory) {
-        factories_[identifier] = std::move(factory);
-    }
+    cells_.registerClass(identifier, std::move(factory));
 }
 
 bool TableView::isRegistered(const std::string& identifier) const {
-    return nibs_.count(identifier) > 0 || factories_.count(identifier) > 0;
+    return cells_.isRegistered(identifier);
 }
 
 std::shared_ptr<TableViewCell> TableView::dequeueReusableCell(const std::string& identifier) {
-    auto& pool = reusePool_[identifier];
-    if (!pool.empty()) {
-        auto cell = pool.back();
-        pool.pop_back();
-        cell->setSelected(false);
-        cell->setHighlighted(false);
-        cell->prepareForReuse();
-        return cell;
+    auto [cell, failure] = cells_.dequeue(identifier);
+    if (failure == CellQueue<TableViewCell>::Failure::nibIsNotACell) {
+        platform::fatal("invalid nib registered for identifier (" + identifier +
+                        ") - nib must contain exactly one top level object which must be a "
+                        "UITableViewCell instance");
     }
-    std::shared_ptr<TableViewCell> cell;
-    if (auto nib = nibs_.find(identifier); nib != nibs_.end()) {
-        auto root = NibRegistry::shared().instantiate(nib->second, nullptr);
-        cell = std::dynamic_pointer_cast<TableViewCell>(root);
-        if (!cell) {
-            platform::fatal("invalid nib registered for identifier (" + identifier +
-                            ") - nib must contain exactly one top level object which must be a "
-                            "UITableViewCell instance");
-        }
-    } else if (auto factory = factories_.find(identifier); factory != factories_.end()) {
-        cell = factory->second();
-    }
-    if (!cell) {
+    if (failure == CellQueue<TableViewCell>::Failure::notRegistered) {
         platform::fatal("unable to dequeue a cell with identifier " + identifier +
                         " - must register a nib or a class for the identifier or connect a "
                         "prototype cell in a storyboard");
     }
-    cell->setReuseIdentifier(identifier);
     return cell;
 }
 
@@ -77,8 +56,7 @@ void TableView::reloadData() {
             section.header->removeFromSuperview();
         }
         for (auto& row : section.rows) {
-            row.cell->removeFromSuperview();
-            reusePool_[row.cell->reuseIdentifier()].push_back(row.cell);
+            cells_.setAside(row.cell);
         }
     }
     sections_.clear();

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "quillgate/ui/CellQueue.h"
 #include "quillgate/ui/IndexPath.h"
 #include "quillgate/ui/ScrollView.h"
 #include "quillgate/ui/TableViewCell.h"
@@ -94,7 +95,7 @@ class TableViewDelegate {
 
 class TableView : public ScrollView {
   public:
-    using CellFactory = std::function<std::shared_ptr<TableViewCell>()>;
+    using CellFactory = CellQueue<TableViewCell>::Factory;
 
     TableView() = default;
     explicit TableView(Rect frame, TableViewStyle style = TableViewStyle::plain)
@@ -173,9 +174,7 @@ class TableView : public ScrollView {
     std::weak_ptr<TableViewDataSource> dataSource_;
     std::weak_ptr<TableViewDelegate> delegate_;
     TableViewStyle style_ = TableViewStyle::plain;
-    std::map<std::string, std::string> nibs_;
-    std::map<std::string, CellFactory> factories_;
-    std::map<std::string, std::vector<std::shared_ptr<TableViewCell>>> reusePool_;
+    CellQueue<TableViewCell> cells_;
     std::vector<Section> sections_;
     std::optional<IndexPath> selected_;
     double rowHeight_ = 44;
