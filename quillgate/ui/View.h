@@ -20,6 +20,10 @@
 // Properties are plain values that screens set and tests read back. There is no drawing and
 // no constraint solver: builders set frames, and constraints are recorded (LayoutConstraint).
 // Main thread only.
+namespace quillgate::platform {
+class Canvas;
+}
+
 namespace quillgate::ui {
 
 class GestureRecognizer;
@@ -175,6 +179,15 @@ class View : public Responder,
     // Asks for a redraw; counted so that a test can see that one was asked for.
     void setNeedsDisplay() { ++displayRequests_; }
     int displayRequests() const { return displayRequests_; }
+
+    // ---- Drawing
+    // Views with a look of their own (a dashed line, a gradient) paint it here, in their own
+    // bounds' coordinates, over their background and beneath their subviews. The renderer
+    // calls it with the view's bounds; the default paints nothing.
+    virtual void draw(platform::Canvas& canvas, const Rect& rect) {
+        (void)canvas;
+        (void)rect;
+    }
 
     // ---- Touches
     void addGestureRecognizer(const std::shared_ptr<GestureRecognizer>& recognizer);
