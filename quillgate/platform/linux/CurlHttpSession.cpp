@@ -11,6 +11,7 @@
 #include <cmath>
 #include <deque>
 #include <exception>
+#include <limits>
 #include <mutex>
 #include <string_view>
 #include <system_error>
@@ -284,11 +285,26 @@ struct CurlHttpSession::Worker {
             int running = 0;
             curl_multi_perform(multi, &running);
             collectFinished();
-            // Waits for socket activity, curl's own next deadline, or a wake-up from enqueue
-            // or stop; the 1 s cap only bounds the wait if all of those were missed.
-            curl_multi_poll(multi, nullptr, 0, 1000, nullptr);
+            // Sleeps until socket activity, curl's own next deadline, or a wake-up from
+            // enqueue or stop; with nothing in flight curl has no deadline and the thread
+            // sleeps until it is handed work.
+            curl_multi_poll(multi, nullptr, 0, pollTimeout(), nullptr);
         }
         closeAll();
+    }
+
+    // How long the worker may sleep: until curl's next deadline (connect or transfer
+    // time-outs, retries), for ever when it has none. Waking up once a second on an idle
+    // session would cost an idle phone sixty wake-ups a minute.
+    int pollTimeout() const {
+        long ms = -1;
+        if (curl_multi_timeout(multi, &ms) != CURLM_OK) {
+            ms = 1000;
+        }
+        if (ms < 0 || ms > std::numeric_limits<int>::max()) {
+            return std::numeric_limits<int>::max();
+        }
+        return static_cast<int>(ms);
     }
 
     // At the end: everything under way or still queued (including what completions hand
