@@ -106,6 +106,13 @@ std::size_t RunLoop::runPending() {
     return count;
 }
 
+bool RunLoop::hasDueLocked() const {
+    const auto now = clock_->now();
+    return std::any_of(queue_.begin(), queue_.end(), [&](const auto& e) {
+        return e.due <= now && (!e.timer || e.timer->isValid());
+    });
+}
+
 std::optional<TimePoint> RunLoop::nextDeadline() const {
     std::lock_guard lock(mutex_);
     std::optional<TimePoint> best;
@@ -135,12 +142,7 @@ void RunLoop::run() {
             stopped_ = false;
             return;
         }
-        auto hasDue = [&] {
-            const auto now = clock_->now();
-            return std::any_of(queue_.begin(), queue_.end(), [&](const auto& e) {
-                return e.due <= now && (!e.timer || e.timer->isValid());
-            });
-        };
+        auto hasDue = [&] { return hasDueLocked(); };
         if (hasDue()) {
             continue;
         }
@@ -179,9 +181,11 @@ bool RunLoop::runUntil(const std::function<bool()>& done, std::chrono::milliseco
                 }
             }
         }
+        // Whether anything is due is decided under the lock, like the wait itself: work posted
+        // after runPending() and the done test is due at once, so the loop does not sleep
+        // over it.
         std::unique_lock lock(mutex_);
-        const auto sequenceBefore = nextSequence_;
-        cv_.wait_until(lock, wakeAt, [&] { return nextSequence_ != sequenceBefore || stopped_; });
+        cv_.wait_until(lock, wakeAt, [&] { return stopped_ || hasDueLocked(); });
         if (stopped_) {
             stopped_ = false;
             lock.unlock();

@@ -94,6 +94,7 @@ class RunLoop {
     };
     void schedule(TimePoint due, Task task, std::shared_ptr<Timer> timer);
     bool popDue(Entry& out);
+    bool hasDueLocked() const;  // mutex_ held
 
     std::shared_ptr<Clock> clock_;
     mutable std::mutex mutex_;

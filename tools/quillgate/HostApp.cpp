@@ -38,9 +38,9 @@ std::string describeFloat(double value) {
 // ---- Counting the transfers ------------------------------------------------------------------
 
 // Counts the requests under way, so that the host can wait until the library has nothing in
-// flight. A request counts as done only after its completion has handed the answer to the main
-// queue; the main queue is then woken once more, so a loop waiting for nothing in flight sees
-// the count drop instead of sleeping until its time limit.
+// flight. A request counts itself done on the main queue, in a task queued after the one its
+// completion handed the answer over in: once the count reaches zero every answer has run, and
+// the task that drops the count is what wakes a loop waiting for it.
 class CountingHttpSession final : public platform::HttpSession {
   public:
     CountingHttpSession(std::shared_ptr<platform::HttpSession> inner,
@@ -67,9 +67,10 @@ class CountingHttpSession final : public platform::HttpSession {
         return [count = count_, queue = mainQueue_,
                 completion = std::move(completion)](Result result) {
             completion(std::move(result));
-            --*count;
             if (queue) {
-                queue->async([] {});
+                queue->async([count] { --*count; });
+            } else {
+                --*count;
             }
         };
     }
@@ -305,17 +306,9 @@ int HostApp::requestsInFlight() const {
 }
 
 bool HostApp::drainRequests(std::chrono::milliseconds limit) {
-    // A completion hands its answer to the main queue before it counts itself done, so once
-    // nothing is in flight one more pass runs the answers (which may start new requests).
-    return loop().runUntil(
-        [this] {
-            if (requestsInFlight() > 0) {
-                return false;
-            }
-            loop().runPending();
-            return requestsInFlight() == 0;
-        },
-        limit);
+    // Requests count themselves done on the main queue after their answers have run there
+    // (answers may start new requests, which count at once).
+    return loop().runUntil([this] { return requestsInFlight() == 0; }, limit);
 }
 
 void HostApp::runFor(std::chrono::milliseconds duration, const std::function<bool()>& until) {

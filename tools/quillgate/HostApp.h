@@ -106,7 +106,8 @@ class HostApp {
     std::shared_ptr<QuillgateAutoLogInDelegate> autoLogInDelegate() const;
     std::shared_ptr<QuillgateGoogleLogInDelegate> googleLogInDelegate() const;
 
-    // Transfers started and not yet completed (data and download tasks).
+    // Transfers started whose answers have not yet run on the main queue (data and download
+    // tasks).
     int requestsInFlight() const;
     // Runs the main loop until no transfer is under way, or `limit` of wall time has passed.
     // Returns whether it got there.

@@ -85,6 +85,25 @@ TEST_F(RunLoopTest, PostFromAnotherThreadWakesRunUntilWhichLeavesManualTimeAlone
     loop.run();  // returns: the task stopped it
 }
 
+// A task posted after the loop has run what was due and asked whether it is done, but before
+// it goes to sleep: the done test posts it from another thread, exactly in that window. The
+// loop must run it at once rather than sleep until its time limit.
+TEST_F(RunLoopTest, RunUntilRunsWorkPostedBetweenTheDoneTestAndTheWait) {
+    bool posted = false;
+    bool ran = false;
+    const bool done = loop.runUntil(
+        [&] {
+            if (!posted) {
+                posted = true;
+                std::thread other([&] { loop.post([&] { ran = true; }); });
+                other.join();
+            }
+            return ran;
+        },
+        std::chrono::seconds(5));
+    EXPECT_TRUE(done);  // a missed wake-up sleeps the whole limit and returns false
+}
+
 TEST(RunLoopSystemClock, DelayedWorkRunsInRealTime) {
     RunLoop loop(std::make_shared<SystemClock>());
     bool ran = false;
