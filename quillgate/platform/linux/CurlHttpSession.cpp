@@ -403,11 +403,17 @@ struct CurlHttpSession::Worker {
         curl_easy_setopt(e, CURLOPT_HEADERFUNCTION, &Transfer::onHeader);
         curl_easy_setopt(e, CURLOPT_HEADERDATA, &t);
 
-        // A time-out that is not a positive number means the platform's default, 60 s.
+        // The time-out is an idle interval, not a limit on the whole transfer: connecting may
+        // take that long, and once connected the transfer ends only when no byte has come for
+        // that long (curl's low-speed check, below one byte a second, in whole seconds). A
+        // slow but steady answer is not cut. A time-out that is not a positive number means the
+        // platform's default, 60 s.
         const double seconds =
             std::isfinite(r.timeoutSeconds) && r.timeoutSeconds > 0 ? r.timeoutSeconds : 60.0;
         const double ms = std::clamp(std::ceil(seconds * 1000.0), 1.0, 2147483647.0);
-        curl_easy_setopt(e, CURLOPT_TIMEOUT_MS, static_cast<long>(ms));
+        curl_easy_setopt(e, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(ms));
+        curl_easy_setopt(e, CURLOPT_LOW_SPEED_LIMIT, 1L);
+        curl_easy_setopt(e, CURLOPT_LOW_SPEED_TIME, static_cast<long>(std::ceil(ms / 1000.0)));
 
         // Exactly the caller's headers: switch off each one curl would add on its own.
         bool hasAccept = false;

@@ -28,7 +28,9 @@ namespace quillgate::platform {
 //   (16), over http and https only; 301, 302 and 303 turn a POST into a GET without a body,
 //   307 and 308 keep method and body (other methods keep their name throughout). The
 //   response describes the last answer.
-// - The time-out covers the whole transfer.
+// - The time-out is an idle interval: connecting may take that long, and a transfer ends when
+//   no byte has arrived for that long (counted in whole seconds). A slow but steady answer
+//   runs to its end.
 //
 // A transfer that gets no HTTP answer ends with status 0 (no response, no body) and a
 // TransportError holding curl's code and its text (7 connection refused, 28 time-out). The

@@ -88,6 +88,20 @@ class CurlHttpSessionTest : public ::testing::Test {
         server.get("/broken", text(500, "{\"error\":\"boom\"}"));
         server.get("/slow",
                    [this](const httplib::Request&, Response&) { server.holdUntilReleased(); });
+        // Ten pieces 0.3 s apart: longer in all than a two-second time-out, never idle that
+        // long.
+        server.get("/trickle", [](const httplib::Request&, Response& res) {
+            res.set_chunked_content_provider("text/plain", [](size_t, httplib::DataSink& sink) {
+                for (int i = 0; i < 10; ++i) {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+                    if (!sink.write("piece ", 6)) {
+                        return false;
+                    }
+                }
+                sink.done();
+                return true;
+            });
+        });
         server.get("/old", redirect("/hello", 302));
         server.post("/form", redirect("/echo", 303));
         server.post("/moved", redirect("/echo", 307));
@@ -182,6 +196,17 @@ TEST_F(CurlHttpSessionTest, TransportErrorsComeWithoutAnswerBodyOrFile) {
     ASSERT_TRUE(failedDownload.error);
     EXPECT_EQ(failedDownload.error->code, 28);
     EXPECT_FALSE(failedDownload.location);
+
+    // The time-out is for silence, not for the whole answer: a trickle outlasts it.
+    HttpRequest trickle = request(server.url("/trickle"));
+    trickle.timeoutSeconds = 2;
+    const HttpResult trickled = fetch(*session, trickle);
+    EXPECT_FALSE(trickled.error) << trickled.error->message;
+    std::string pieces;
+    for (int i = 0; i < 10; ++i) {
+        pieces += "piece ";
+    }
+    EXPECT_EQ(trickled.body, pieces);
 
     // A socket bound but not listening: its port is taken and refuses connections.
     const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
