@@ -3,6 +3,9 @@
 #include "quillgate/platform/linux/FileKeyValueStore.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -109,6 +112,57 @@ TEST_F(FileKeyValueStoreTest, FailedWritePrintsOneLineAndIsTriedAgain) {
     EXPECT_TRUE(store.synchronize());
     EXPECT_EQ(FileKeyValueStore(dir / "blocked" / "defaults.json").string("key"), "kept");
     EXPECT_EQ(test.lines().size(), 1u);
+}
+
+// A process killed while it writes: a child writes ever newer versions of a large object in a
+// loop and tells the parent through a pipe after each one; the parent kills it (SIGKILL) after
+// a varying number of them, so the kill lands at different points of a write. Every time the
+// file reads back whole, as the last version reported or the one being written.
+TEST_F(FileKeyValueStoreTest, KilledWriterLeavesTheOldOrTheNewFile) {
+    const std::string padding(16 * 1024, 'x');
+    int lastSeen = -1;
+    for (int round = 0; round < 24; ++round) {
+        int progress[2];
+        ASSERT_EQ(::pipe(progress), 0);
+        const int start = lastSeen + 1;
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            ::close(progress[0]);
+            FileKeyValueStore store(file);
+            for (int version = start;; ++version) {
+                store.setObject(version, "version");
+                store.setObject(padding + std::to_string(version), "padding");
+                store.synchronize();
+                if (::write(progress[1], &version, sizeof version) != sizeof version) {
+                    ::_exit(1);
+                }
+            }
+        }
+        ::close(progress[1]);
+        int reported = lastSeen;
+        for (int writes = 0; writes < 1 + round % 4; ++writes) {
+            ASSERT_EQ(::read(progress[0], &reported, sizeof reported),
+                      static_cast<ssize_t>(sizeof reported));
+        }
+        ::kill(child, SIGKILL);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        ::close(progress[0]);
+        EXPECT_TRUE(WIFSIGNALED(status));
+
+        FileKeyValueStore store(file);
+        const auto version = store.object("version");
+        ASSERT_TRUE(version && version->is_number_integer()) << "round " << round;
+        lastSeen = version->get<int>();
+        EXPECT_TRUE(lastSeen == reported || lastSeen == reported + 1)
+            << "round " << round << ": read " << lastSeen << ", last reported " << reported;
+        EXPECT_EQ(store.string("padding"), padding + std::to_string(lastSeen));
+    }
+    EXPECT_TRUE(test.lines().empty());  // never an unreadable file
+    fs::path aside = file;
+    aside += ".corrupt";
+    EXPECT_FALSE(fs::exists(aside));
 }
 
 }  // namespace
