@@ -398,6 +398,11 @@ struct CurlHttpSession::Worker {
         curl_easy_setopt(e, CURLOPT_FOLLOWLOCATION, 1L);
         curl_easy_setopt(e, CURLOPT_MAXREDIRS, options.maxRedirects);
         curl_easy_setopt(e, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+        curl_easy_setopt(e, CURLOPT_SSL_VERIFYPEER, 1L);
+        curl_easy_setopt(e, CURLOPT_SSL_VERIFYHOST, 2L);
+        if (!options.caFile.empty()) {
+            curl_easy_setopt(e, CURLOPT_CAINFO, options.caFile.c_str());
+        }
         curl_easy_setopt(e, CURLOPT_WRITEFUNCTION, &Transfer::onBody);
         curl_easy_setopt(e, CURLOPT_WRITEDATA, &t);
         curl_easy_setopt(e, CURLOPT_HEADERFUNCTION, &Transfer::onHeader);

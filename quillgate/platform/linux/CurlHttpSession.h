@@ -52,6 +52,9 @@ class CurlHttpSession final : public HttpSession {
         // being filled with idle kept-alive connections.
         long maxConnectionsPerHost = 6;
         std::filesystem::path downloadDirectory;  // empty: the system's temporary directory
+        // https answers are verified: the certificate chain against these authorities (a PEM
+        // file) and the name against the address. Empty: the system's authorities.
+        std::filesystem::path caFile;
     };
 
     CurlHttpSession();

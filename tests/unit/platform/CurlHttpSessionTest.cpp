@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <future>
 #include <thread>
@@ -312,6 +313,50 @@ TEST_F(CurlHttpSessionTest, ThrowingCompletionDoesNotStopTheSession) {
     session->dataTask(request(server.url("/hello")),
                       [](HttpResult) { throw std::runtime_error("caller bug"); });
     EXPECT_EQ(fetch(*session, request(server.url("/hello"))).body, "hi there");
+}
+
+// https against a server on loopback whose certificate, made here, no authority signed: the
+// session refuses it unless that certificate is given as the authority.
+TEST(CurlHttpSessionTls, VerifiesTheCertificateAgainstTheGivenAuthority) {
+    const auto dir = std::filesystem::temp_directory_path() /
+                     ("quillgate-tls-" + std::to_string(::getpid()));
+    std::filesystem::create_directories(dir);
+    const auto cert = dir / "cert.pem";
+    const auto key = dir / "key.pem";
+    const std::string make =
+        "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 1"
+        " -subj /CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1 -keyout " +
+        key.string() + " -out " + cert.string() + " >/dev/null 2>&1";
+    ASSERT_EQ(std::system(make.c_str()), 0) << "openssl could not make a certificate";
+
+    httplib::SSLServer server(cert.c_str(), key.c_str());
+    ASSERT_TRUE(server.is_valid());
+    server.Get("/hello", [](const httplib::Request&, httplib::Response& res) {
+        res.set_content("hi there", "text/plain");
+    });
+    const int port = server.bind_to_any_port("127.0.0.1");
+    ASSERT_GT(port, 0);
+    std::thread serving([&] { server.listen_after_bind(); });
+    const std::string url = "https://127.0.0.1:" + std::to_string(port) + "/hello";
+
+    {
+        CurlHttpSession untrusting;
+        const HttpResult refused = fetch(untrusting, request(url));
+        ASSERT_TRUE(refused.error);
+        EXPECT_EQ(refused.error->code, 60);  // CURLE_PEER_FAILED_VERIFICATION
+        EXPECT_FALSE(refused.response);
+    }
+    {
+        CurlHttpSession::Options options;
+        options.caFile = cert;
+        CurlHttpSession trusting(options);
+        const HttpResult answered = fetch(trusting, request(url));
+        EXPECT_FALSE(answered.error) << answered.error->message;
+        EXPECT_EQ(answered.body, "hi there");
+    }
+    server.stop();
+    serving.join();
+    std::filesystem::remove_all(dir);
 }
 
 }  // namespace
