@@ -10,6 +10,7 @@ packages=(
     libfreetype-dev libfontconfig-dev uuid-dev libstb-dev libpango1.0-dev libcairo2-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     fonts-roboto fonts-dejavu-core
+    libgumbo-dev
 )
 if [[ "${QUILLGATE_FUZZ:-0}" == "1" ]]; then
     packages+=(clang libclang-rt-dev)

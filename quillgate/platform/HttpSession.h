@@ -19,6 +19,10 @@ struct HttpRequest {
     HttpHeaders headers;
     std::optional<std::string> body;
     double timeoutSeconds = 60.0;
+    // Whether the session follows redirects by itself. Off, a redirect answer comes back as
+    // it is (status and "Location" header), so that the caller decides each hop, as a web
+    // view's navigation delegate does.
+    bool followRedirects = true;
 
     // Value of the first header of that name (case-insensitive), if any.
     std::optional<std::string> header(std::string_view name) const;

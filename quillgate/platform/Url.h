@@ -25,6 +25,12 @@ struct Url {
 // as given, as the original platform's absolute string does.
 std::optional<Url> parse(std::string_view address);
 
+// The address `reference` stands for on a page at `base`: an absolute reference as it stands,
+// text unchanged (so that an app-scheme address compares equal to what the page wrote); a
+// relative one ("/x", "x?y", "?q", "//host/x") resolved against `base` by the parser. Nothing
+// when neither parses.
+std::optional<std::string> resolve(std::string_view base, std::string_view reference);
+
 // Percent-encodes every byte outside the "URL query allowed" set: ASCII letters and digits
 // and !$&'()*+,-./:;=?@_~ . So "&" and "=" stay, a blank becomes "%20".
 std::string percentEncodeQueryAllowed(std::string_view s);

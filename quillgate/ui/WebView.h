@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -9,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "quillgate/platform/HtmlDocument.h"
 #include "quillgate/platform/HttpSession.h"
 #include "quillgate/ui/View.h"
 
@@ -18,9 +20,8 @@
 // loading state and address (observable as "loading" and "URL"), and the user agent.
 //
 // `WebView` is the interface; `WebView::make()` builds the installed implementation, by
-// default `HeadlessWebView`, which fetches nothing: it records what it was asked to load,
-// runs each navigation through the delegate, and lets a host or test act as the page
-// (follow a link, redirect, finish or fail, post a script message). The delegate is held
+// default `HeadlessWebView`, which loads pages over HTTP and lets a host or test act as the
+// page (follow a link, submit a form, post a script message). The delegate is held
 // weakly; script message handlers are functions kept for the life of the web view, so a
 // handler should capture its owner weakly. Main thread only.
 namespace quillgate::ui {
@@ -58,6 +59,8 @@ struct WebError {
     static constexpr long cancelledCode = -999;
     // A redirect refused by the navigation delegate.
     static constexpr long frameLoadInterruptedCode = 102;
+    // An address the web view cannot load (a scheme other than http and https).
+    static constexpr long unsupportedURLCode = -1002;
 
     long code = 0;
     std::string domain;
@@ -191,10 +194,20 @@ class WebView : public View {
     std::shared_ptr<ScrollView> scrollView_;
 };
 
-// The web view without a network: see the comment at the top. Navigations started while one
-// is under way cancel it (its delegate hears a provisional failure with code -999). Unless
-// told otherwise, a started navigation finishes (commit, then finish) on the main queue after
-// the current task.
+// The web view of a host without a web engine. It loads pages over HTTP through the
+// platform's HTTP session (its user agent, the request's time-out) and never lets the session
+// follow a redirect: each redirect is a new navigation action, marked as one, that the
+// navigation delegate decides. An address that is allowed but is not http or https (the app's
+// own scheme) ends the navigation in a provisional failure "unsupported URL" once the
+// delegate has seen it. A transport error is a provisional failure carrying the session's
+// error; an answer with an HTTP error status is a page like any other. A load that replaces
+// one under way fails the older one with code -999.
+//
+// The page it shows is kept as text and parsed with the platform's HTML parser, so that a
+// host or a test can act as the page: list its links and buttons, follow a link, submit a
+// form, post a script message, fetch an address as the page's script would. It runs no
+// script. Completions of the session hop back to the main queue; an answer for a navigation
+// that has been replaced or stopped is dropped.
 class HeadlessWebView : public WebView {
   public:
     struct LoadRecord {
@@ -203,6 +216,17 @@ class HeadlessWebView : public WebView {
         platform::HttpRequest request;  // for html: the base address or "about:blank"
         std::string html;
         std::optional<std::string> baseUrl;
+    };
+
+    // A link or a button of the page on show.
+    struct Control {
+        enum class Kind { link, button };
+        Kind kind = Kind::link;
+        std::size_t element = 0;  // index in document().elements
+        std::string text;         // its text (a button input: its value)
+        std::string id;
+        // A link's address, resolved against the page's address; absent without "href".
+        std::optional<std::string> href;
     };
 
     HeadlessWebView() = default;
@@ -222,43 +246,72 @@ class HeadlessWebView : public WebView {
     std::optional<std::string> userAgent() const override;
     static std::string defaultUserAgent();
 
-    // ---- What the page was asked to do
+    // ---- What the web view was asked to load
     const std::vector<LoadRecord>& loads() const { return loads_; }
     // The requests of `load` calls, in order.
     std::vector<platform::HttpRequest> loadedRequests() const;
     std::optional<Navigation> currentNavigation() const { return current_; }
 
+    // ---- The page on show (the last navigation that committed)
+    // Its markup as received, its parsed document, and the HTTP status it came with (none
+    // for an HTML text).
+    const std::string& html() const { return html_; }
+    const platform::HtmlDocument& document() const { return document_; }
+    std::optional<long> statusCode() const { return status_; }
+    std::vector<Control> links() const;
+    std::vector<Control> buttons() const;
+    // The first link or button whose text (trimmed) or id is `textOrId`.
+    std::optional<Control> control(const std::string& textOrId) const;
+
     // ---- Acting as the page
-    // Whether started navigations finish by themselves on the main queue (default true).
-    void setAutoFinish(bool on) { autoFinish_ = on; }
-    // The page navigates to `url` (a link by default): the delegate decides; when it allows,
-    // the navigation starts. Returns the decision when it was taken at once.
-    std::optional<NavigationActionPolicy> simulateNavigation(
-        const std::string& url, NavigationType type = NavigationType::linkActivated);
-    // The server redirects the navigation under way to `url`: the delegate decides; allowed,
-    // the address changes; refused, the navigation fails (code 102). Returns the decision
-    // when taken at once; nothing when no navigation is under way.
-    std::optional<NavigationActionPolicy> simulateRedirect(const std::string& url);
-    // Finishes the navigation under way now (commit, then finish).
-    bool finishNavigation();
-    // Fails the navigation under way: before it committed, as a provisional failure.
-    bool failNavigation(const WebError& error, bool provisional = false);
-    // The page posts `body` to the handler `name`. False when no handler has that name.
+    // The reader follows `link`: a `linkActivated` navigation to its address. Nothing when
+    // it has no address or the delegate refused it.
+    std::optional<Navigation> followLink(const Control& link);
+    // The reader presses `button`: in a form, the form is submitted (a `formSubmitted`
+    // navigation: GET puts the fields in the query, POST in a urlencoded body) with the
+    // button's own name and value; outside one, nothing happens.
+    std::optional<Navigation> press(const Control& button);
+    // Submits the form `form` (index in document().forms) with its fields' values, `values`
+    // set over them by name.
+    std::optional<Navigation> submitForm(
+        std::size_t form, const std::vector<std::pair<std::string, std::string>>& values = {});
+    // The page's script sets its location to `url`: a navigation of type `type`.
+    std::optional<Navigation> navigateTo(const std::string& url,
+                                         NavigationType type = NavigationType::other);
+    // The page posts `body` to the handler `name`. False when no handler has that name: the
+    // message goes nowhere.
     bool postScriptMessage(const std::string& name, const nlohmann::json& body);
+    // The page's script fetches `url` (relative to the page) with the web view's user agent,
+    // without navigating; the completion runs on the main queue, unless the web view is gone.
+    void fetch(const std::string& url, std::function<void(platform::HttpResult)> completion);
 
   private:
-    // Runs `action` through the delegate and starts it when allowed.
+    // Runs `action` through the delegate and starts it when allowed; with `html`, the page
+    // is that text instead of what the address serves.
     std::optional<Navigation> navigate(NavigationAction action,
-                                       std::optional<NavigationActionPolicy>* decision = nullptr);
-    Navigation start(const NavigationAction& action);
-    void finish(std::uint64_t id);
+                                       std::optional<std::string> html = std::nullopt);
+    Navigation start(const NavigationAction& action, const std::optional<std::string>& html);
+    // Requests the address of the navigation under way (first hop or a redirect).
+    void request(std::uint64_t id, platform::HttpRequest request);
+    void answered(std::uint64_t id, const platform::HttpRequest& request,
+                  platform::HttpResult result);
+    void redirect(std::uint64_t id, platform::HttpRequest request);
+    void commit(std::uint64_t id, std::string html, std::optional<long> status);
+    void fail(std::uint64_t id, const WebError& error);
+    bool isCurrent(std::uint64_t id) const { return current_ && current_->id == id; }
+    platform::HttpRequest pageRequest(std::string url) const;
+    // The address relative links resolve against: the page's <base>, else its address.
+    std::string baseAddress() const;
+    std::vector<Control> controls() const;
 
     std::vector<LoadRecord> loads_;
     std::optional<Navigation> current_;
-    std::optional<platform::HttpRequest> currentRequest_;
     std::optional<platform::HttpRequest> lastRequest_;
-    bool committed_ = false;
-    bool autoFinish_ = true;
+    std::optional<std::string> lastHtml_;  // the text of the last load, if it was one
+    std::map<std::uint64_t, int> redirectCounts_;
+    std::string html_;
+    platform::HtmlDocument document_;
+    std::optional<long> status_;
     std::uint64_t nextId_ = 1;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };

@@ -4,6 +4,7 @@
 
 #include <curl/curl.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace quillgate::platform::url {
@@ -115,6 +116,33 @@ std::optional<Url> parse(std::string_view address) {
     out.fragment = part(h.get(), CURLUPART_FRAGMENT);
     out.text = text;
     return out;
+}
+
+std::optional<std::string> resolve(std::string_view base, std::string_view reference) {
+    const std::string ref(reference);
+    // An absolute address has a scheme: letters, digits, "+", "-", "." before a ":".
+    const auto colon = ref.find(':');
+    if (colon != std::string::npos && colon > 0 && ref.find_first_of("/?#") > colon) {
+        const bool scheme =
+            std::all_of(ref.begin(), ref.begin() + static_cast<long>(colon), [](char c) {
+                return isAsciiAlnum(static_cast<unsigned char>(c)) || c == '+' || c == '-' ||
+                       c == '.';
+            });
+        if (scheme) {
+            return parse(ref) ? std::optional<std::string>(ref) : std::nullopt;
+        }
+    }
+    UrlHandle h(curl_url());
+    const std::string start(base);
+    if (!h || curl_url_set(h.get(), CURLUPART_URL, start.c_str(), CURLU_NON_SUPPORT_SCHEME) !=
+                  CURLUE_OK) {
+        return std::nullopt;
+    }
+    // Setting a relative address on a handle that holds one resolves it.
+    if (curl_url_set(h.get(), CURLUPART_URL, ref.c_str(), CURLU_NON_SUPPORT_SCHEME) != CURLUE_OK) {
+        return std::nullopt;
+    }
+    return part(h.get(), CURLUPART_URL);
 }
 
 std::string percentEncodeQueryAllowed(std::string_view s) {

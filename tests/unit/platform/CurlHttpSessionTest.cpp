@@ -257,6 +257,15 @@ TEST_F(CurlHttpSessionTest, RedirectsAreFollowedAsTheirStatusSays) {
     EXPECT_EQ(echoes[0].body, "");
     EXPECT_EQ(echoes[1].method, "POST");
     EXPECT_EQ(echoes[1].body, "payload");
+
+    // Asked not to follow, the session hands back the redirect itself.
+    HttpRequest stay = request(server.url("/old"));
+    stay.followRedirects = false;
+    const HttpResult redirect = fetch(*session, stay);
+    ASSERT_TRUE(redirect.response);
+    EXPECT_EQ(redirect.response->statusCode, 302);
+    EXPECT_EQ(redirect.response->url, server.url("/old"));
+    EXPECT_THAT(redirect.response->headers, Contains(Pair("Location", "/hello")));
 }
 
 TEST_F(CurlHttpSessionTest, DownloadLandsInATemporaryFileRemovedUnlessMovedAway) {

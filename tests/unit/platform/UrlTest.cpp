@@ -40,6 +40,24 @@ TEST(UrlParse, SplitsAnAbsoluteAddressIntoItsPartsAndRefusesTheRest) {
     }
 }
 
+TEST(UrlResolve, RelativeReferencesResolveAgainstThePageAbsoluteOnesStayAsWritten) {
+    const std::string page = "http://127.0.0.1:3000/overlay?clientId=c";
+    const std::vector<std::pair<std::string, std::optional<std::string>>> cases = {
+        {"/overlay/choose?x=1", "http://127.0.0.1:3000/overlay/choose?x=1"},
+        {"choose", "http://127.0.0.1:3000/choose"},
+        {"?q=2", "http://127.0.0.1:3000/overlay?q=2"},
+        {"//other.test/p", "http://other.test/p"},
+        // The app's own address keeps its exact text, with no "/" added before the query.
+        {"orvelant://home?id=A1", "orvelant://home?id=A1"},
+        {"https://Site.test/?ovl-tierId=", "https://Site.test/?ovl-tierId="},
+        {"http://bad host/", std::nullopt},
+    };
+    for (const auto& [reference, expected] : cases) {
+        EXPECT_EQ(resolve(page, reference), expected) << reference;
+    }
+    EXPECT_EQ(resolve("not an address", "x"), std::nullopt);
+}
+
 TEST(UrlEncoding, QueryAllowedSetKeepsDelimitersAndEncodesTheRest) {
     EXPECT_EQ(percentEncodeQueryAllowed("a b&c=d+e/f?g:h@i~j"), "a%20b&c=d+e/f?g:h@i~j");
     EXPECT_EQ(percentEncodeQueryAllowed("[\"x\", \"y\"]"), "%5B%22x%22,%20%22y%22%5D");

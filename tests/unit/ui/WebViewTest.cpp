@@ -51,60 +51,159 @@ class WebViewTest : public UiTest {
         r.url = std::move(url);
         return r;
     }
+    // The scripted session answers `url` with a redirect to `location`.
+    void redirect(const std::string& url, const std::string& location, long status = 302) {
+        platform::HttpResult result;
+        result.body = "";
+        result.response = platform::HttpResponse{status, {{"location", location}}, {}};
+        platform.http().addRule({"", url, result, false});
+    }
 
     std::shared_ptr<HeadlessWebView> web = std::make_shared<HeadlessWebView>();
     std::shared_ptr<Recorder> delegate = std::make_shared<Recorder>();
 };
 
-TEST_F(WebViewTest, LoadsGoThroughTheDelegateAndFinishOnTheMainQueue) {
+const char* const kPage = R"(<!doctype html><title> The  page </title>
+<a id="read" href="/overlay/choose?choice=read&amp;x=1">Buy this
+   story</a>
+<a href="orvelant://home?id=c1">Home</a>
+<form action="/sub" method="get"><input name="email" value="a@b.test">
+  <input type="checkbox" name="trial" checked><input type="checkbox" name="no">
+  <button name="tier" value="t1">Monthly</button></form>
+<form action="post-here" method="POST"><textarea name="note">hi there</textarea>
+  <input type="submit" value="Send"></form>
+<button id="loose">Loose</button>)";
+
+TEST_F(WebViewTest, LoadsThePageThroughTheSessionAndKeepsItsDocument) {
     std::vector<bool> loading;
     int owner = 0;
     web->addObserver(&owner, "loading", [&](const KeyValueChange& c) {
         loading.push_back(std::any_cast<bool>(c.newValue));
     });
+    platform.http().answer("/overlay", 200, kPage);
 
-    ASSERT_TRUE(web->load(get("http://127.0.0.1:1/overlay")));
+    ASSERT_TRUE(web->load(get("http://127.0.0.1:1/overlay?a=1")));
     EXPECT_TRUE(web->isLoading());
-    EXPECT_EQ(take(),
-              (Lines{"decide http://127.0.0.1:1/overlay", "start http://127.0.0.1:1/overlay"}));
+    EXPECT_EQ(take(), (Lines{"decide http://127.0.0.1:1/overlay?a=1",
+                             "start http://127.0.0.1:1/overlay?a=1"}));
+    const auto sent = platform.http().requests().at(0);
+    EXPECT_FALSE(sent.followRedirects);
+    EXPECT_EQ(sent.timeoutSeconds, 60);
+    EXPECT_EQ(sent.header("User-Agent"), web->userAgent());
     platform.runPending();
     EXPECT_FALSE(web->isLoading());
-    EXPECT_EQ(take(), (Lines{"finish http://127.0.0.1:1/overlay"}));
+    EXPECT_EQ(take(), (Lines{"finish http://127.0.0.1:1/overlay?a=1"}));
     EXPECT_EQ(loading, (std::vector<bool>{true, false}));
-    ASSERT_EQ(web->loadedRequests().size(), 1u);
-    EXPECT_EQ(web->loadedRequests()[0].url, "http://127.0.0.1:1/overlay");
+    EXPECT_EQ(web->title(), "The page");
+    EXPECT_EQ(web->statusCode(), 200);
 
-    // A load replacing one under way cancels it.
-    web->load(get("http://127.0.0.1:1/a"));
-    web->load(get("http://127.0.0.1:1/a"));
-    platform.runPending();
-    EXPECT_EQ(take(), (Lines{"decide http://127.0.0.1:1/a", "start http://127.0.0.1:1/a",
-                             "decide http://127.0.0.1:1/a", "fail provisional -999",
-                             "start http://127.0.0.1:1/a", "finish http://127.0.0.1:1/a"}));
+    // The page as a reader sees it: links resolved against the page, buttons by text.
+    const auto links = web->links();
+    ASSERT_EQ(links.size(), 2u);
+    EXPECT_EQ(links[0].text, "Buy this story");
+    EXPECT_EQ(links[0].href, "http://127.0.0.1:1/overlay/choose?choice=read&x=1");
+    EXPECT_EQ(links[1].href, "orvelant://home?id=c1");
+    Lines buttons;
+    for (const auto& b : web->buttons()) {
+        buttons.push_back(b.text);
+    }
+    EXPECT_EQ(buttons, (Lines{"Monthly", "Send", "Loose"}));
+    EXPECT_EQ(web->control("read")->text, "Buy this story");
+    EXPECT_EQ(web->control("Loose")->id, "loose");
+    EXPECT_FALSE(web->control("Nothing"));
 }
 
-TEST_F(WebViewTest, ThePageNavigatesRedirectsAndFails) {
-    web->setAutoFinish(false);
-    EXPECT_EQ(web->simulateNavigation("orvelant://home?id=c1"), NavigationActionPolicy::allow);
-    EXPECT_EQ(web->simulateNavigation("deny:somewhere"), NavigationActionPolicy::cancel);
-    EXPECT_EQ(web->url(), "orvelant://home?id=c1");
-    EXPECT_EQ(web->simulateRedirect("http://127.0.0.1:1/next"), NavigationActionPolicy::allow);
-    EXPECT_EQ(web->simulateRedirect("deny:next"), NavigationActionPolicy::cancel);
+TEST_F(WebViewTest, RedirectsAreDecidedOneByOneAndTheAppSchemeEndsInAFailure) {
+    redirect("/first", "/second?b=2");
+    redirect("/second", "orvelant://home?id=c1");
+    web->load(get("http://127.0.0.1:1/first"));
+    platform.runPending();
+    EXPECT_EQ(take(),
+              (Lines{"decide http://127.0.0.1:1/first", "start http://127.0.0.1:1/first",
+                     "redirect http://127.0.0.1:1/second?b=2",
+                     "redirected http://127.0.0.1:1/second?b=2", "redirect orvelant://home?id=c1",
+                     "redirected orvelant://home?id=c1", "fail provisional -1002"}));
     EXPECT_FALSE(web->isLoading());
-    EXPECT_EQ(take(), (Lines{"decide orvelant://home?id=c1", "start orvelant://home?id=c1",
-                             "decide deny:somewhere", "redirect http://127.0.0.1:1/next",
-                             "redirected http://127.0.0.1:1/next", "redirect deny:next",
-                             "fail provisional 102"}));
+    EXPECT_EQ(platform.http().requestCount(), 2u) << "the app's address is never requested";
 
-    web->load(get("http://127.0.0.1:1/page"));
-    take();
-    EXPECT_TRUE(web->failNavigation(WebError{-1004, "NSURLErrorDomain", "refused"}));
-    web->loadHTMLString("Page Not Found", std::nullopt);
-    EXPECT_EQ(take(), (Lines{"fail -1004", "decide about:blank", "start about:blank"}));
-    EXPECT_EQ(web->loads().back().html, "Page Not Found");
+    // A refused redirect interrupts the load; a loop of redirects ends.
+    redirect("/refuse", "deny://there");
+    web->load(get("http://127.0.0.1:1/refuse"));
+    platform.runPending();
+    EXPECT_EQ(take().back(), "fail provisional 102");
+    redirect("/loop", "/loop");
+    web->load(get("http://127.0.0.1:1/loop"));
+    platform.runPending();
+    EXPECT_EQ(take().back(), "fail provisional -1007");
+}
 
+TEST_F(WebViewTest, TransportErrorsFailErrorStatusesArePagesAndNewerLoadsCancel) {
+    web->load(get("http://127.0.0.1:1/refused"));  // unscripted: a refused connection
+    platform.runPending();
+    EXPECT_EQ(take().back(), "fail provisional 7");
+
+    platform.http().answer("/missing", 404, "<title>Not here</title>");
+    web->load(get("http://127.0.0.1:1/missing"));
+    platform.runPending();
+    EXPECT_EQ(take().back(), "finish http://127.0.0.1:1/missing");
+    EXPECT_EQ(web->statusCode(), 404);
+
+    // A load replacing one under way cancels it, and the older answer is dropped.
+    platform.http().answer("/a", 200, "<title>A</title>");
+    platform.http().answer("/b", 200, "<title>B</title>");
+    web->load(get("http://127.0.0.1:1/a"));
+    web->load(get("http://127.0.0.1:1/b"));
+    platform.runPending();
+    EXPECT_EQ(take(), (Lines{"decide http://127.0.0.1:1/a", "start http://127.0.0.1:1/a",
+                             "decide http://127.0.0.1:1/b", "fail provisional -999",
+                             "start http://127.0.0.1:1/b", "finish http://127.0.0.1:1/b"}));
+    EXPECT_EQ(web->title(), "B");
+
+    // An HTML text commits without the network; a reload loads it again.
+    web->loadHTMLString("<title>Page Not Found</title>", std::nullopt);
+    platform.runPending();
+    EXPECT_EQ(take(), (Lines{"decide about:blank", "start about:blank", "finish about:blank"}));
+    EXPECT_EQ(web->html(), "<title>Page Not Found</title>");
     EXPECT_TRUE(web->reload());
     EXPECT_EQ(web->loads().back().kind, HeadlessWebView::LoadRecord::Kind::reload);
+    platform.runPending();
+    EXPECT_EQ(web->title(), "Page Not Found");
+}
+
+TEST_F(WebViewTest, TheHostActsAsThePage) {
+    platform.http().answer("/page", 200, kPage);
+    platform.http().answer("/overlay/choose", 200, "<title>Chosen</title>");
+    platform.http().answer("/sub", 200, "<title>Sub</title>");
+    platform.http().answer("/post-here", 200, "<title>Posted</title>");
+    const auto open = [&] {
+        web->load(get("http://127.0.0.1:1/dir/page"));
+        platform.runPending();
+        take();
+    };
+    open();
+    ASSERT_TRUE(web->followLink(*web->control("Buy this story")));
+    platform.runPending();
+    EXPECT_EQ(web->title(), "Chosen");
+    EXPECT_EQ(take().front(), "decide http://127.0.0.1:1/overlay/choose?choice=read&x=1");
+
+    open();
+    ASSERT_TRUE(web->press(*web->control("Monthly")));
+    EXPECT_EQ(take().front(), "decide http://127.0.0.1:1/sub?email=a@b.test&trial=on&tier=t1");
+
+    open();
+    ASSERT_TRUE(web->press(*web->control("Send")));
+    platform.runPending();
+    const auto posted = platform.http().requestsTo("/post-here").at(0);
+    EXPECT_EQ(posted.url, "http://127.0.0.1:1/dir/post-here");
+    EXPECT_EQ(posted.method, "POST");
+    EXPECT_EQ(posted.body, "note=hi%20there");
+    EXPECT_FALSE(web->press(*web->control("Loose"))) << "a button outside a form does nothing";
+
+    std::optional<platform::HttpResult> fetched;
+    web->fetch("/overlay/choose?respond=json", [&](platform::HttpResult r) { fetched = r; });
+    platform.runPending();
+    ASSERT_TRUE(fetched && fetched->body);
+    EXPECT_EQ(*fetched->body, "<title>Chosen</title>");
 }
 
 TEST_F(WebViewTest, DecisionsMayComeLater) {
