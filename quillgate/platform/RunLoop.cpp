@@ -102,8 +102,21 @@ std::size_t RunLoop::runPending() {
             entry.task();
         }
         entry = Entry{};
+        notifyTaskObserver();
     }
+    notifyTaskObserver();
     return count;
+}
+
+void RunLoop::setTaskObserver(std::function<void()> observer) {
+    taskObserver_ = std::move(observer);
+}
+
+void RunLoop::notifyTaskObserver() {
+    if (taskObserver_) {
+        auto observer = taskObserver_;  // a copy: the observer may replace itself
+        observer();
+    }
 }
 
 std::optional<TimePoint> RunLoop::nextDeadline() const {

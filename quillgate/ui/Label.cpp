@@ -1,5 +1,7 @@
 #include "quillgate/ui/Label.h"
 
+#include "quillgate/ui/TextBlocks.h"
+
 namespace quillgate::ui {
 
 std::string quotedText(std::string_view text) {
@@ -93,6 +95,10 @@ void Label::setTextColor(Color color) {
         attrs.foregroundColor = textColor_;
         attributed_->addAttributes(attrs, attributed_->fullRange());
     }
+}
+
+Size Label::sizeThatFits(Size fitting) const {
+    return textSize(textBlock(*this), fitting.width);
 }
 
 void Label::describeAttributes(std::vector<std::string>& out) const {

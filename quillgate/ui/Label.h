@@ -47,6 +47,10 @@ class Label : public View {
     bool adjustsFontForContentSizeCategory() const { return adjustsForContentSize_; }
     void setAdjustsFontForContentSizeCategory(bool on) { adjustsForContentSize_ = on; }
 
+    // The text's size at most `fitting.width` wide (0: one line per paragraph), wrapped and
+    // limited as the label shows it, rounded up to whole points; zero for no text.
+    Size sizeThatFits(Size fitting) const override;
+
     void describeAttributes(std::vector<std::string>& out) const override;
 
   private:

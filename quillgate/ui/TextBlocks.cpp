@@ -1,6 +1,9 @@
 #include "quillgate/ui/TextBlocks.h"
 
 #include <algorithm>
+#include <cmath>
+
+#include "quillgate/platform/Platform.h"
 
 #include "quillgate/ui/Button.h"
 #include "quillgate/ui/Label.h"
@@ -141,6 +144,20 @@ platform::TextBlock textBlock(const TextField& field) {
         field.attributedPlaceholder().value_or(AttributedString(field.placeholder()));
     return textBlock(placeholder, field.font(), Color::placeholderText(), field.textAlignment(),
                      LineBreakMode::byTruncatingTail, 1);
+}
+
+Size textSize(const platform::TextBlock& block, double width) {
+    if (block.text.empty()) {
+        return {};
+    }
+    auto& layout = platform::current().textLayout;
+    if (!layout) {
+        return {};
+    }
+    const auto m = layout->measure(block, width);
+    // Up to whole points; a hair over (binary fractions) does not count as more.
+    const auto up = [](double v) { return std::ceil(v - 1e-6); };
+    return Size{up(m.width), up(m.height)};
 }
 
 }  // namespace quillgate::ui

@@ -4,6 +4,7 @@
 #include "quillgate/ui/AttributedString.h"
 #include "quillgate/ui/Color.h"
 #include "quillgate/ui/Font.h"
+#include "quillgate/ui/Geometry.h"
 
 // The one conversion from what a view shows as text to the plain TextBlock the text layout
 // service measures and the renderer draws, so that a view is measured exactly as it is
@@ -38,5 +39,9 @@ platform::TextBlock textBlock(const Button& button);
 // A field's text (dots for secure entry), or its placeholder when the text is empty: one
 // line, cut at its tail.
 platform::TextBlock textBlock(const TextField& field);
+
+// The size `block` takes at most `width` wide (0 or less: no limit) with the installed
+// platform's text layout, rounded up to whole points; zero for an empty text.
+Size textSize(const platform::TextBlock& block, double width);
 
 }  // namespace quillgate::ui
