@@ -65,9 +65,11 @@ constexpr const char* kShowPopUpLine = "showPopUp()";
 constexpr const char* kReloadLine = "reloadSDK";
 
 // Tags a screen's root view as the wall, adds it to the parent view and pins it to the
-// parent's four edges.
+// parent's four edges. The root takes the parent's size before it joins, so that its first
+// layout pass (on joining a window) already sees the width it is shown at.
 void addWall(const std::shared_ptr<ui::View>& parent, const std::shared_ptr<ui::View>& root) {
     root->setTag(kWallTag);
+    root->setFrame(ui::Rect(ui::Point{}, parent->bounds().size));
     parent->addSubview(root);
     root->setTranslatesAutoresizingMaskIntoConstraints(false);
     ui::pinToEdges(root, parent);

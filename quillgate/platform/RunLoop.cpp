@@ -102,7 +102,9 @@ std::size_t RunLoop::runPending() {
             entry.task();
         }
         entry = Entry{};
+        notifyTaskObserver();
     }
+    notifyTaskObserver();
     return count;
 }
 
@@ -111,6 +113,17 @@ bool RunLoop::hasDueLocked() const {
     return std::any_of(queue_.begin(), queue_.end(), [&](const auto& e) {
         return e.due <= now && (!e.timer || e.timer->isValid());
     });
+}
+
+void RunLoop::setTaskObserver(std::function<void()> observer) {
+    taskObserver_ = std::move(observer);
+}
+
+void RunLoop::notifyTaskObserver() {
+    if (taskObserver_) {
+        auto observer = taskObserver_;  // a copy: the observer may replace itself
+        observer();
+    }
 }
 
 std::optional<TimePoint> RunLoop::nextDeadline() const {

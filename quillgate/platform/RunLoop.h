@@ -82,6 +82,12 @@ class RunLoop {
     // Called (from any thread) whenever work is added, so a host's own loop can wake up.
     void setWakeUpCallback(std::function<void()> wake);
 
+    // Called on the loop's thread after each task or timer the loop runs, and once more at
+    // the end of every runPending (one turn of the loop, even when nothing was due), so that
+    // what a task leaves for later is done before the next one: the view toolkit lays out the
+    // views marked as needing layout. One observer; an empty function removes it.
+    void setTaskObserver(std::function<void()> observer);
+
     // Number of tasks and valid timers waiting.
     std::size_t pendingCount() const;
 
@@ -95,6 +101,7 @@ class RunLoop {
     void schedule(TimePoint due, Task task, std::shared_ptr<Timer> timer);
     bool popDue(Entry& out);
     bool hasDueLocked() const;  // mutex_ held
+    void notifyTaskObserver();
 
     std::shared_ptr<Clock> clock_;
     mutable std::mutex mutex_;
@@ -103,6 +110,7 @@ class RunLoop {
     std::uint64_t nextSequence_ = 0;
     bool stopped_ = false;
     std::function<void()> wake_;
+    std::function<void()> taskObserver_;  // loop thread only
 };
 
 }  // namespace quillgate::platform

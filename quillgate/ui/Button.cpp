@@ -1,6 +1,9 @@
 #include "quillgate/ui/Button.h"
 
+#include <algorithm>
+
 #include "quillgate/ui/Label.h"
+#include "quillgate/ui/TextBlocks.h"
 
 namespace quillgate::ui {
 
@@ -21,6 +24,7 @@ Button::Button(ButtonType type) : Button(Rect(), type) {}
 Button::Button(Rect frame, ButtonType type)
     : Control(frame), type_(type), titleLabel_(std::make_shared<Label>()) {
     titleLabel_->setFont(Font::system(type == ButtonType::system ? 15 : 18));
+    titleLabel_->setLineBreakMode(LineBreakMode::byTruncatingMiddle);
 }
 
 Button::~Button() = default;
@@ -39,6 +43,7 @@ std::optional<T> Button::lookup(const std::map<unsigned, T>& values, ControlStat
 
 void Button::setTitle(std::optional<std::string> title, ControlState state) {
     store(titles_, std::move(title), state);
+    invalidateIntrinsicContentSize();
 }
 
 std::optional<std::string> Button::title(ControlState state) const {
@@ -55,6 +60,7 @@ std::optional<Color> Button::titleColor(ControlState state) const {
 
 void Button::setAttributedTitle(std::optional<AttributedString> title, ControlState state) {
     store(attributedTitles_, std::move(title), state);
+    invalidateIntrinsicContentSize();
 }
 
 std::optional<AttributedString> Button::attributedTitle(ControlState state) const {
@@ -63,6 +69,7 @@ std::optional<AttributedString> Button::attributedTitle(ControlState state) cons
 
 void Button::setImage(std::optional<Image> image, ControlState state) {
     store(images_, std::move(image), state);
+    invalidateIntrinsicContentSize();
 }
 
 std::optional<Image> Button::image(ControlState state) const {
@@ -92,6 +99,27 @@ std::string Button::displayedTitle() const {
         return a->string();
     }
     return currentTitle().value_or("");
+}
+
+void Button::setContentEdgeInsets(EdgeInsets insets) {
+    contentEdgeInsets_ = insets;
+    invalidateIntrinsicContentSize();
+}
+
+Size Button::sizeThatFits(Size fitting) const {
+    const EdgeInsets& in = contentEdgeInsets_;
+    Size content;
+    if (auto img = currentImage(); img && !img->isEmpty()) {
+        content = img->size();
+    }
+    double available = 0;
+    if (fitting.width > 0) {
+        available = std::max(fitting.width - in.left - in.right - content.width, 1.0);
+    }
+    const Size title = textSize(textBlock(*this), available);
+    content.width += title.width;
+    content.height = std::max(content.height, title.height);
+    return Size{content.width + in.left + in.right, content.height + in.top + in.bottom};
 }
 
 void Button::describeAttributes(std::vector<std::string>& out) const {

@@ -56,6 +56,14 @@ class Button : public Control {
     // The label that shows the title; its font is the button's title font.
     const std::shared_ptr<Label>& titleLabel() const { return titleLabel_; }
 
+    // Room between the button's edges and its image and title.
+    EdgeInsets contentEdgeInsets() const { return contentEdgeInsets_; }
+    void setContentEdgeInsets(EdgeInsets insets);
+
+    // The current image and title side by side (the title measured in the width left at
+    // most `fitting.width` wide, 0: no limit), plus the content insets.
+    Size sizeThatFits(Size fitting) const override;
+
     void describeAttributes(std::vector<std::string>& out) const override;
 
   private:
@@ -69,6 +77,7 @@ class Button : public Control {
     std::map<unsigned, Image> images_;
     std::map<unsigned, Image> backgroundImages_;
     std::shared_ptr<Label> titleLabel_;
+    EdgeInsets contentEdgeInsets_;
 };
 
 }  // namespace quillgate::ui

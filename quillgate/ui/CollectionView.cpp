@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "quillgate/platform/Log.h"
+#include "quillgate/ui/Layout.h"
 
 namespace quillgate::ui {
 
@@ -50,6 +51,7 @@ void CollectionView::reloadData() {
     }
     sections_.clear();
     selected_.reset();
+    reloading_ = true;
 
     const bool vertical = layout_.scrollDirection == ScrollDirection::vertical;
     const Size bounds = frame().size;
@@ -73,7 +75,9 @@ void CollectionView::reloadData() {
             double lineDepth = 0;
             double cross = crossStart;
 
-            std::vector<std::shared_ptr<CollectionViewCell>> cells;
+            // Cells join their section as they are made, so that the data source can select
+            // an item it has just made (or is making) from inside cellForItem.
+            sections_.emplace_back();
             const int itemCount = std::max(0, source->numberOfItems(*this, s));
             for (int i = 0; i < itemCount; ++i) {
                 const IndexPath path{s, i};
@@ -86,8 +90,16 @@ void CollectionView::reloadData() {
                     continue;
                 }
                 d = delegate();
-                const Size size =
-                    (d ? d->sizeForItem(*this, path) : std::nullopt).value_or(layout_.itemSize);
+                std::optional<Size> asked = d ? d->sizeForItem(*this, path) : std::nullopt;
+                if (!asked && layout_.estimatedItemSize != Size{}) {
+                    // Self-sizing: the cell's fitting size within the line.
+                    Size fit = fittingSize(*cell, vertical ? crossLimit - crossStart : 0);
+                    if (fit.width <= 0 || fit.height <= 0) {
+                        fit = layout_.estimatedItemSize;
+                    }
+                    asked = fit;
+                }
+                const Size size = asked.value_or(layout_.itemSize);
                 const double crossSize = vertical ? size.width : size.height;
                 const double mainSize = vertical ? size.height : size.width;
                 if (cross > crossStart && cross + crossSize > crossLimit) {
@@ -98,7 +110,11 @@ void CollectionView::reloadData() {
                 cell->setFrame(vertical ? Rect(cross, lineStart, size.width, size.height)
                                         : Rect(lineStart, cross, size.width, size.height));
                 addSubview(cell);
-                cells.push_back(cell);
+                sections_.back().push_back(cell);
+                const bool selected = selected_ && *selected_ == path;
+                if (selected || cell->isSelected()) {
+                    cell->setSelected(selected);
+                }
                 cross += crossSize + itemSpacing;
                 lineDepth = std::max(lineDepth, mainSize);
                 if (d) {
@@ -106,9 +122,9 @@ void CollectionView::reloadData() {
                 }
             }
             mainEnd = lineStart + lineDepth + (vertical ? inset.bottom : inset.right);
-            sections_.push_back(std::move(cells));
         }
     }
+    reloading_ = false;
     setContentSize(vertical ? Size{bounds.width, mainEnd} : Size{mainEnd, bounds.height});
 }
 
@@ -157,7 +173,9 @@ void CollectionView::selectItem(IndexPath indexPath, bool animated, ScrollPositi
     (void)animated;
     (void)position;
     auto cell = cellForItem(indexPath);
-    if (!cell) {
+    // While reloading, the item may be the one whose cell is being made: it is selected
+    // when its cell joins.
+    if (!cell && !reloading_) {
         return;
     }
     if (selected_ && *selected_ != indexPath) {
@@ -166,7 +184,9 @@ void CollectionView::selectItem(IndexPath indexPath, bool animated, ScrollPositi
         }
     }
     selected_ = indexPath;
-    cell->setSelected(true);
+    if (cell) {
+        cell->setSelected(true);
+    }
 }
 
 void CollectionView::deselectItem(IndexPath indexPath, bool animated) {

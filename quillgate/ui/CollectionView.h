@@ -32,6 +32,10 @@ struct CollectionViewFlowLayout {
     double minimumLineSpacing = 10;
     double minimumInteritemSpacing = 10;
     EdgeInsets sectionInset;
+    // Not zero: items the delegate gives no size take their cell's fitting size (at most the
+    // line's width when scrolling vertically); this size stands in for a cell that answers
+    // none.
+    Size estimatedItemSize;
 };
 
 class CollectionViewDataSource {
@@ -147,6 +151,7 @@ class CollectionView : public ScrollView {
     std::optional<IndexPath> selected_;
     bool allowsSelection_ = true;
     int reloadCount_ = 0;
+    bool reloading_ = false;
 };
 
 }  // namespace quillgate::ui

@@ -18,7 +18,12 @@ class ImageView : public View {
     std::string className() const override { return "ImageView"; }
 
     const std::optional<Image>& image() const { return image_; }
-    void setImage(std::optional<Image> image) { image_ = std::move(image); }
+    void setImage(std::optional<Image> image);
+
+    // The image's size in points, scaled down to `fitting.width` (keeping its aspect) when it
+    // is wider and the content mode scales; with no image (or one of unknown size) the frame's
+    // size.
+    Size sizeThatFits(Size fitting) const override;
 
     void describeAttributes(std::vector<std::string>& out) const override;
 

@@ -1,5 +1,7 @@
 #include "quillgate/ui/Label.h"
 
+#include "quillgate/ui/TextBlocks.h"
+
 namespace quillgate::ui {
 
 std::string quotedText(std::string_view text) {
@@ -41,6 +43,17 @@ Label::Label(std::string text) : Label() {
 void Label::setText(std::string text) {
     text_ = std::move(text);
     attributed_.reset();
+    invalidateIntrinsicContentSize();
+}
+
+void Label::setNumberOfLines(int lines) {
+    numberOfLines_ = lines;
+    invalidateIntrinsicContentSize();
+}
+
+void Label::setLineBreakMode(LineBreakMode mode) {
+    lineBreakMode_ = mode;
+    invalidateIntrinsicContentSize();
 }
 
 AttributedString Label::attributedText() const {
@@ -57,10 +70,12 @@ void Label::setAttributedText(std::optional<AttributedString> text) {
     if (!text) {
         attributed_.reset();
         text_.clear();
+        invalidateIntrinsicContentSize();
         return;
     }
     text_ = text->string();
     attributed_ = std::move(text);
+    invalidateIntrinsicContentSize();
 }
 
 void Label::setFont(Font font) {
@@ -70,6 +85,7 @@ void Label::setFont(Font font) {
         attrs.font = font_;
         attributed_->addAttributes(attrs, attributed_->fullRange());
     }
+    invalidateIntrinsicContentSize();
 }
 
 void Label::setTextColor(Color color) {
@@ -79,6 +95,10 @@ void Label::setTextColor(Color color) {
         attrs.foregroundColor = textColor_;
         attributed_->addAttributes(attrs, attributed_->fullRange());
     }
+}
+
+Size Label::sizeThatFits(Size fitting) const {
+    return textSize(textBlock(*this), fitting.width);
 }
 
 void Label::describeAttributes(std::vector<std::string>& out) const {

@@ -87,6 +87,23 @@ void LayoutConstraint::deactivate(
     }
 }
 
+void LayoutConstraint::setConstant(double constant) {
+    if (constant != constant_) {
+        constant_ = constant;
+        needsLayout();
+    }
+}
+
+void LayoutConstraint::needsLayout() const {
+    auto view = owner_.lock();
+    if (!view) {
+        view = first_.lock();
+    }
+    if (view) {
+        view->setNeedsLayoutUpToWindow();
+    }
+}
+
 void LayoutConstraint::setActive(bool active) {
     if (active && !owner_.lock()) {
         auto first = first_.lock();
@@ -109,7 +126,10 @@ void LayoutConstraint::setActive(bool active) {
             keeper->keepConstraint(shared_from_this());
         }
     }
-    active_ = active;
+    if (active != active_) {
+        active_ = active;
+        needsLayout();
+    }
 }
 
 std::string LayoutConstraint::description() const {

@@ -9,7 +9,9 @@
 // A layout constraint, recorded and never solved: first item and attribute, relation, second
 // item and attribute, multiplier, constant, priority, active flag and identifier. Screens
 // flip constraints on and off and change constants; tests read them back. Nib builders set
-// the frames themselves.
+// the frames themselves, and each scene's layoutSubviews reads the constants and active flags
+// it depends on: a change of either marks the view that keeps the constraint (or its first
+// item) and every ancestor for layout, so the next layout pass places the views anew.
 //
 // Ownership: a constraint is kept by one view (the one it was added to, or, on activation,
 // the nearest common ancestor of its items). It stays there when deactivated, so a weak
@@ -73,7 +75,7 @@ class LayoutConstraint : public std::enable_shared_from_this<LayoutConstraint> {
     double multiplier() const { return multiplier_; }
 
     double constant() const { return constant_; }
-    void setConstant(double constant) { constant_ = constant; }
+    void setConstant(double constant);
     float priority() const { return priority_; }
     void setPriority(float priority) { priority_ = priority; }
     const std::string& identifier() const { return identifier_; }
@@ -93,6 +95,7 @@ class LayoutConstraint : public std::enable_shared_from_this<LayoutConstraint> {
   private:
     friend class View;
     LayoutConstraint() = default;
+    void needsLayout() const;
 
     std::weak_ptr<View> first_;
     std::weak_ptr<View> second_;

@@ -30,6 +30,11 @@ class ScrollView : public View {
     EdgeInsets contentInset() const { return contentInset_; }
     void setContentInset(EdgeInsets insets) { contentInset_ = insets; }
     Rect bounds() const override { return Rect(contentOffset_, frame().size); }
+    // Its frame's size: the content scrolls inside it (read contentSize for the content's).
+    Size sizeThatFits(Size fitting) const override {
+        (void)fitting;
+        return frame().size;
+    }
 
     bool bounces() const { return bounces_; }
     void setBounces(bool on) { bounces_ = on; }

@@ -8,10 +8,16 @@
 
 // A view that lines up its arranged subviews along an axis with spacing. Arranged subviews
 // are also subviews; a view removed from the stack view's subviews stops being arranged,
-// while `removeArrangedSubview` keeps it as a subview, as on the original platform. Layout
-// (`layoutSubviews`) places the shown arranged subviews one after the other, each with its
-// fitting size along the axis and the stack's full width (or height) across; hidden ones
-// take no room. Main thread only.
+// while `removeArrangedSubview` keeps it as a subview, as on the original platform.
+//
+// Layout (`layoutSubviews`) places the shown arranged subviews one after the other; hidden
+// ones take no room. A vertical stack measures each at its own width, a horizontal one asks
+// each for its width. Along the axis: `fill` gives each its fitting length, `fillEqually`
+// shares the stack's length equally, `fillProportionally` in proportion to the fitting
+// lengths, `equalSpacing` / `equalCentering` spread what is left into the gaps. Across: `fill`
+// stretches to the stack, the others keep the fitting size at the start, centre or end.
+// `sizeThatFits` is the fitting lengths plus spacing along the axis; across, the width asked
+// (vertical) or the largest fitting height (horizontal). Main thread only.
 namespace quillgate::ui {
 
 enum class LayoutAxis { horizontal = 0, vertical = 1 };
@@ -37,9 +43,15 @@ class StackView : public View {
     void removeArrangedSubview(const std::shared_ptr<View>& view);
 
     LayoutAxis axis() const { return axis_; }
-    void setAxis(LayoutAxis axis) { axis_ = axis; }
+    void setAxis(LayoutAxis axis) {
+        axis_ = axis;
+        invalidateIntrinsicContentSize();
+    }
     double spacing() const { return spacing_; }
-    void setSpacing(double spacing) { spacing_ = spacing; }
+    void setSpacing(double spacing) {
+        spacing_ = spacing;
+        invalidateIntrinsicContentSize();
+    }
     StackViewDistribution distribution() const { return distribution_; }
     void setDistribution(StackViewDistribution d) { distribution_ = d; }
     StackViewAlignment alignment() const { return alignment_; }
@@ -50,6 +62,8 @@ class StackView : public View {
     Size sizeThatFits(Size fitting) const override;
 
   private:
+    std::vector<std::shared_ptr<View>> shownArrangedSubviews() const;
+
     std::vector<std::weak_ptr<View>> arranged_;
     LayoutAxis axis_ = LayoutAxis::horizontal;
     double spacing_ = 0;

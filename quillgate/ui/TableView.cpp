@@ -4,6 +4,7 @@
 
 #include "quillgate/platform/Log.h"
 #include "quillgate/ui/Label.h"
+#include "quillgate/ui/Layout.h"
 
 namespace quillgate::ui {
 
@@ -77,16 +78,15 @@ void TableView::reloadData() {
                     section.header = label;
                 }
             }
-            std::optional<double> headerHeight = d ? d->heightForHeader(*this, s) : std::nullopt;
-            double h = headerHeight.value_or(section.header ? sectionHeaderHeight_ : 0);
-            if (h == automaticDimension) {
-                h = section.header ? section.header->sizeThatFits(Size{width, 0}).height : 0;
-            }
+            section.requestedHeaderHeight =
+                (d ? d->heightForHeader(*this, s) : std::nullopt)
+                    .value_or(section.header ? sectionHeaderHeight_ : 0);
+            const double h = headerHeight(section, width);
             if (section.header) {
                 section.header->setFrame(Rect(0, y, width, h));
                 addSubview(section.header);
             }
-            y += std::max(0.0, h);
+            y += h;
 
             const int rowCount = std::max(0, source->numberOfRows(*this, s));
             for (int r = 0; r < rowCount; ++r) {
@@ -100,19 +100,15 @@ void TableView::reloadData() {
                     continue;
                 }
                 d = delegate();
-                double rowH =
+                Row row;
+                row.cell = cell;
+                row.requestedHeight =
                     (d ? d->heightForRow(*this, path) : std::nullopt).value_or(rowHeight_);
-                if (rowH == automaticDimension) {
-                    rowH = cell->sizeThatFits(Size{width, 0}).height;
-                    if (rowH <= 0) {
-                        rowH = estimatedRowHeight_ > 0 ? estimatedRowHeight_ : 44;
-                    }
-                }
-                rowH = std::max(0.0, rowH);
-                const Rect rowFrame(0, y, width, rowH);
-                cell->setFrame(rowFrame);
+                const double rowH = rowHeightFor(row, width);
+                row.frame = Rect(0, y, width, rowH);
+                cell->setFrame(row.frame);
                 addSubview(cell);
-                section.rows.push_back(Row{cell, rowFrame});
+                section.rows.push_back(std::move(row));
                 y += rowH;
                 if (d) {
                     d->willDisplayCell(*this, *cell, path);
@@ -121,7 +117,53 @@ void TableView::reloadData() {
             sections_.push_back(std::move(section));
         }
     }
+    placedWidth_ = width;
     setContentSize(Size{width, y});
+}
+
+double TableView::headerHeight(const Section& section, double width) const {
+    double h = section.requestedHeaderHeight;
+    if (h == automaticDimension) {
+        h = section.header ? fittingSize(*section.header, width).height : 0;
+    }
+    return std::max(0.0, h);
+}
+
+double TableView::rowHeightFor(const Row& row, double width) const {
+    double h = row.requestedHeight;
+    if (h == automaticDimension) {
+        h = fittingSize(*row.cell, width).height;
+        if (h <= 0) {
+            h = estimatedRowHeight_ > 0 ? estimatedRowHeight_ : 44;
+        }
+    }
+    return std::max(0.0, h);
+}
+
+void TableView::placeRows() {
+    auto self = weak_from_this().lock();
+    const double width = frame().width();
+    double y = 0;
+    for (auto& section : sections_) {
+        const double h = headerHeight(section, width);
+        if (section.header) {
+            section.header->setFrame(Rect(0, y, width, h));
+        }
+        y += h;
+        for (auto& row : section.rows) {
+            row.frame = Rect(0, y, width, rowHeightFor(row, width));
+            row.cell->setFrame(row.frame);
+            y += row.frame.height();
+        }
+    }
+    placedWidth_ = width;
+    setContentSize(Size{width, y});
+}
+
+void TableView::layoutSubviews() {
+    if (placedWidth_ && *placedWidth_ != frame().width()) {
+        placeRows();
+    }
 }
 
 int TableView::numberOfRows(int section) const {

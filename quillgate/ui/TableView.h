@@ -15,9 +15,12 @@
 // A table of rows in sections, asked from a data source and laid out top to bottom. There
 // is no scrolling window: `reloadData()` asks for every row's cell, places the section
 // headers and cells one below the other with each row's height, and sets the content size
-// to the total (which observers of "contentSize" hear). A row whose height is
-// `automaticDimension` takes its cell's fitting height (View::sizeThatFits, by default the
-// cell's frame height as its nib made it).
+// to the total (which observers of "contentSize" hear, as ui::Size). A row whose height is
+// `automaticDimension` takes its cell's fitting height at the table's width
+// (`sizeThatFits({width, 0})`: a plain cell measures its content view's subviews, a cell
+// class may override it); the estimated row height stands in only when a cell answers no
+// height. When the table's width changes, the next layout pass measures the rows again at
+// the new width, places them and sets the content size again.
 //
 // Cells come from `dequeueReusableCell`: a cell set aside by the last reload, or a new one
 // from the nib or factory registered for the identifier; an identifier with neither ends
@@ -159,17 +162,26 @@ class TableView : public ScrollView {
     // there.
     bool tapRow(IndexPath indexPath);
 
+    // Measures and places the rows again when the width changed since they were placed.
+    void layoutSubviews() override;
+
     void describeAttributes(std::vector<std::string>& out) const override;
 
   private:
     struct Row {
         std::shared_ptr<TableViewCell> cell;
         Rect frame;
+        double requestedHeight = 0;  // the delegate's or rowHeight; automaticDimension: measure
     };
     struct Section {
         std::shared_ptr<View> header;
+        double requestedHeaderHeight = 0;
         std::vector<Row> rows;
     };
+    double headerHeight(const Section& section, double width) const;
+    double rowHeightFor(const Row& row, double width) const;
+    // Places headers and rows from the top at the current width; sets the content size.
+    void placeRows();
 
     std::weak_ptr<TableViewDataSource> dataSource_;
     std::weak_ptr<TableViewDelegate> delegate_;
@@ -183,6 +195,7 @@ class TableView : public ScrollView {
     SeparatorStyle separatorStyle_ = SeparatorStyle::singleLine;
     bool allowsSelection_ = true;
     int reloadCount_ = 0;
+    std::optional<double> placedWidth_;  // the width the rows were measured at
 };
 
 }  // namespace quillgate::ui

@@ -1,5 +1,7 @@
 #include "quillgate/ui/TextField.h"
 
+#include "quillgate/ui/TextBlocks.h"
+
 #include "quillgate/ui/Application.h"
 #include "quillgate/ui/Label.h"
 #include "quillgate/ui/Window.h"
@@ -166,6 +168,14 @@ void TextField::describeAttributes(std::vector<std::string>& out) const {
         out.push_back("editing");
     }
     Control::describeAttributes(out);
+}
+
+Size TextField::sizeThatFits(Size fitting) const {
+    const double width = fitting.width > 0 ? fitting.width : frame().width();
+    // One line of the font, whatever is shown (an empty field is as high as a filled one).
+    const Size line = textSize(ui::textBlock(AttributedString("Xg"), font_, textColor_), 0);
+    const Size shown = textSize(ui::textBlock(*this), width);
+    return Size{width, std::max(line.height, shown.height)};
 }
 
 }  // namespace quillgate::ui

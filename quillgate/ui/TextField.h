@@ -129,6 +129,9 @@ class TextField : public Control {
     // The return key: asks the delegate, and when it agrees sends editingDidEndOnExit.
     bool pressReturn();
 
+    // As wide as asked (0: its frame's width), one line of its font high.
+    Size sizeThatFits(Size fitting) const override;
+
     void willMoveToWindow(const std::shared_ptr<Window>& newWindow) override;
     void describeAttributes(std::vector<std::string>& out) const override;
 

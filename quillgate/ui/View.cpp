@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "quillgate/ui/GestureRecognizer.h"
+#include "quillgate/ui/Layout.h"
 #include "quillgate/ui/LayoutConstraint.h"
 #include "quillgate/ui/ViewController.h"
 #include "quillgate/ui/Window.h"
@@ -226,6 +227,16 @@ std::shared_ptr<Window> View::window() const {
 
 // ---- Look
 
+void View::setHidden(bool hidden) {
+    if (hidden == hidden_) {
+        return;
+    }
+    hidden_ = hidden;
+    if (auto parent = superview()) {
+        parent->setNeedsLayoutUpToWindow();
+    }
+}
+
 bool View::canReceiveTouches() const {
     for (auto v = weak_from_this().lock(); v; v = v->superview()) {
         if (v->hidden_ || !v->userInteractionEnabled_ || v->alpha_ < 0.01) {
@@ -247,10 +258,11 @@ bool View::isVisibleInTree() const {
 // ---- Geometry
 
 void View::setFrame(Rect frame) {
-    if (frame.size != frame_.size) {
-        needsLayout_ = true;
-    }
+    const bool resized = frame.size != frame_.size;
     frame_ = frame;
+    if (resized) {
+        setNeedsLayout();
+    }
 }
 
 void View::setBounds(Rect bounds) {
@@ -262,9 +274,49 @@ void View::setCenter(Point c) {
         Rect(c.x - frame_.width() / 2, c.y - frame_.height() / 2, frame_.width(), frame_.height()));
 }
 
+void View::invalidateIntrinsicContentSize() {
+    setNeedsLayoutUpToWindow();
+}
+
+void View::setNeedsLayout() {
+    needsLayout_ = true;
+    if (auto w = window()) {
+        detail::windowNeedsLayout(w);
+    }
+}
+
+void View::setNeedsLayoutUpToWindow() {
+    needsLayout_ = true;
+    std::shared_ptr<View> top;
+    for (auto v = weak_from_this().lock(); v; v = v->superview()) {
+        v->needsLayout_ = true;
+        top = v;
+    }
+    if (auto w = std::dynamic_pointer_cast<Window>(top)) {
+        detail::windowNeedsLayout(w);
+    }
+}
+
 Size View::sizeThatFits(Size fitting) const {
-    (void)fitting;
-    return frame_.size;
+    const double width = fitting.width > 0 ? fitting.width : frame_.width();
+    double top = 0;
+    double bottom = 0;
+    bool any = false;
+    for (const auto& sub : subviews_) {
+        if (sub->isHidden()) {
+            continue;
+        }
+        const Rect f = sub->frame();
+        const double rightMargin = std::max(0.0, frame_.width() - f.maxX());
+        const double subWidth = std::max(0.0, width - f.x() - rightMargin);
+        top = any ? std::min(top, f.y()) : f.y();
+        bottom = std::max(bottom, f.y() + sub->sizeThatFits(Size{subWidth, 0}).height);
+        any = true;
+    }
+    if (!any) {
+        return frame_.size;
+    }
+    return Size{width, bottom + std::max(0.0, top)};
 }
 
 // ---- Constraints

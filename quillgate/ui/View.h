@@ -17,9 +17,10 @@
 // joining or leaving a window tells the controllers whose root views are in the moving
 // subtree (viewWillAppear / viewDidAppear / viewWillDisappear / viewDidDisappear).
 //
-// Properties are plain values that screens set and tests read back. There is no drawing and
-// no constraint solver: builders set frames, and constraints are recorded (LayoutConstraint).
-// Main thread only.
+// Properties are plain values that screens set and tests read back. There is no constraint
+// solver: builders set frames, constraints are recorded (LayoutConstraint), and each scene
+// lays itself out in code, measuring down, sizing up and then placing (ui/Layout.h tells how
+// and when). Main thread only.
 namespace quillgate::platform {
 class Canvas;
 }
@@ -122,7 +123,8 @@ class View : public Responder,
 
     // ---- Look
     bool isHidden() const { return hidden_; }
-    void setHidden(bool hidden) { hidden_ = hidden; }
+    // A hidden view takes no room: showing or hiding one lays its superview out again.
+    void setHidden(bool hidden);
     double alpha() const { return alpha_; }
     void setAlpha(double alpha) { alpha_ = alpha; }
     const std::optional<Color>& backgroundColor() const { return backgroundColor_; }
@@ -153,8 +155,13 @@ class View : public Responder,
     void setBounds(Rect bounds);
     Point center() const { return Point{frame_.midX(), frame_.midY()}; }
     void setCenter(Point c);
-    // The size this view would like within `fitting`; by default its frame's size. Cells
-    // override it to give their automatic row height.
+    // The size this view would like at most `fitting.width` wide (0: its own width; the
+    // height asked is ignored). A plain view with no shown subviews answers its frame's size.
+    // A plain container measures its shown subviews at the widths that keep their side
+    // margins, at their places, and is as high as the lowest of them reaches plus, below it,
+    // the margin above the highest (a padding that is the same at top and bottom); it is as
+    // wide as asked. Labels, buttons, fields, image views and stack views answer from their
+    // content. Cells may override it to give their automatic row height.
     virtual Size sizeThatFits(Size fitting) const;
     // Insets of the window for the window itself; zero for other views.
     virtual EdgeInsets safeAreaInsets() const { return {}; }
@@ -170,9 +177,11 @@ class View : public Responder,
     void removeConstraint(const std::shared_ptr<LayoutConstraint>& constraint);
     // The first constraint with this identifier kept on this view or below it.
     std::shared_ptr<LayoutConstraint> constraintWithIdentifier(const std::string& id) const;
-    // Marks the view for layout; `layoutIfNeeded` then runs `layoutSubviews` here and below
-    // (and the owning controller's viewWillLayoutSubviews / viewDidLayoutSubviews).
-    void setNeedsLayout() { needsLayout_ = true; }
+    // Marks the view for layout: after the main-queue task in progress (for a view in a
+    // window), or at the next `layoutIfNeeded`, its `layoutSubviews` runs (and the owning
+    // controller's viewWillLayoutSubviews / viewDidLayoutSubviews around it). A change of the
+    // frame's size marks the view too.
+    void setNeedsLayout();
     bool needsLayout() const { return needsLayout_; }
     void layoutIfNeeded();
     virtual void layoutSubviews() {}
@@ -212,6 +221,9 @@ class View : public Responder,
     virtual void describeAttributes(std::vector<std::string>& out) const;
 
   protected:
+    // The content that sets this view's fitting size changed (a label's text or font): the
+    // view and its superview are laid out again.
+    void invalidateIntrinsicContentSize();
     // Runs the key-value observers of `keyPath` while keeping this view alive.
     void notifyObservers(const std::string& keyPath, const std::any& newValue,
                          const std::any& oldValue);
@@ -222,6 +234,8 @@ class View : public Responder,
 
     void keepConstraint(const std::shared_ptr<LayoutConstraint>& constraint);
     void detachFromSuperview();
+    // Marks this view and every ancestor (a size that changes here may change theirs).
+    void setNeedsLayoutUpToWindow();
 
     int tag_ = 0;
     std::string accessibilityIdentifier_;

@@ -15,7 +15,8 @@ class CountingCell : public TableViewCell {
     int reuses = 0;
 };
 
-// A table of rows with given heights (automaticDimension: the cell's own frame height).
+// A table of rows with given heights (automaticDimension: the cell's fitting height, its own
+// frame height while it holds nothing).
 class Rows : public TableViewDataSource, public TableViewDelegate {
   public:
     int numberOfRows(TableView&, int) override { return static_cast<int>(heights.size()); }
@@ -138,7 +139,7 @@ TEST_F(TableViewTest, CellsRegisteredByNibAreBuiltThroughTheRegistry) {
     table->registerNib("PlainNibCell", "row");
     rows->heights = {automaticDimension};
     table->reloadData();
-    EXPECT_EQ(table->contentSize().height, 30);  // the data source resized the cell
+    EXPECT_EQ(table->contentSize().height, 21);  // the label's one line of 17 points
     auto cell = table->cellForRow({0, 0});
     auto label = std::dynamic_pointer_cast<Label>(cell->contentView()->subviews().at(0));
     ASSERT_TRUE(label);
