@@ -50,8 +50,8 @@ bool isInstalled();
 
 // The Linux platform: system clock, curl session, file-backed defaults and documents under
 // `stateDirectory` (default: $XDG_DATA_HOME/quillgate, else ~/.local/share/quillgate),
-// rtnetlink reachability, fontconfig fonts, Pango text layout, libuuid, standard output, Cairo
-// pictures. Defined in platform/linux.
+// rtnetlink reachability, fontconfig fonts, Pango text layout, libuuid, standard output,
+// Cairo pictures. Defined in platform/linux.
 std::shared_ptr<Platform> makeLinuxPlatform(std::filesystem::path stateDirectory = {});
 
 // Shorthands for the installed platform's pieces.

@@ -10,6 +10,7 @@
 #include "quillgate/ui/Button.h"
 #include "quillgate/ui/ImageView.h"
 #include "quillgate/ui/Label.h"
+#include "quillgate/ui/TextBlocks.h"
 #include "quillgate/ui/TextField.h"
 #include "quillgate/ui/View.h"
 
@@ -104,7 +105,64 @@ void drawIndicator(Canvas& canvas, const ActivityIndicatorView& view) {
         spoke.moveTo(cx + std::cos(angle) * radius * 0.45, cy + std::sin(angle) * radius * 0.45);
         spoke.lineTo(cx + std::cos(angle) * radius * 0.9, cy + std::sin(angle) * radius * 0.9);
         const double alpha = 0.25 + 0.75 * (kSpokes - i) / kSpokes;
-        canvas.stroke(spoke, toRgba(color.withAlpha(color.a * alpha)), radius * 0.16);
+        canvas.stroke(spoke, rgba(color.withAlpha(color.a * alpha)), radius * 0.16);
+    }
+}
+
+// The size `block` takes at `width` (0: unbounded), by the platform's text layout service.
+platform::TextMetrics measure(const platform::TextBlock& block, double width) {
+    const auto& layout = platform::current().textLayout;
+    return layout ? layout->measure(block, width) : platform::TextMetrics{};
+}
+
+// Sets `block` as wide as `box`, centred vertically in it, as labels and fields show text.
+void drawTextIn(Canvas& canvas, const platform::TextBlock& block, const Rect& box) {
+    if (block.text.empty() || box.width() <= 0) {
+        return;
+    }
+    const double height = measure(block, box.width()).height;
+    canvas.drawText(block, box.x(), box.midY() - height / 2, box.width());
+}
+
+// A button's background image fills it; its image and title sit side by side, as one group
+// placed by the content alignment and centred vertically.
+void drawButton(Canvas& canvas, const Button& button) {
+    const Rect b = button.bounds();
+    if (const auto background = button.backgroundImage(button.state())) {
+        drawImageIn(canvas, *background, b);
+    }
+    const auto image = button.currentImage();
+    const platform::TextBlock title = textBlock(button);
+    if (!image) {
+        // The title alone is set across the button, aligned as its content.
+        drawTextIn(canvas, title, b);
+        return;
+    }
+    const Size imageSize = naturalSize(*image);
+    const double available = std::max(0.0, b.width() - imageSize.width);
+    const double titleWidth =
+        title.text.empty() ? 0 : std::min(available, std::ceil(measure(title, 0).width) + 1);
+    const double groupWidth = imageSize.width + titleWidth;
+    double x = b.x() + (b.width() - groupWidth) / 2;
+    switch (button.contentHorizontalAlignment()) {
+        case ContentHorizontalAlignment::left:
+        case ContentHorizontalAlignment::leading:
+        case ContentHorizontalAlignment::fill:
+            x = b.x();
+            break;
+        case ContentHorizontalAlignment::right:
+        case ContentHorizontalAlignment::trailing:
+            x = b.maxX() - groupWidth;
+            break;
+        case ContentHorizontalAlignment::center:
+            break;
+    }
+    if (image) {
+        drawImageIn(canvas, *image,
+                    Rect(x, b.midY() - imageSize.height / 2, imageSize.width, imageSize.height));
+    }
+    if (titleWidth > 0) {
+        drawTextIn(canvas, title, Rect(x + imageSize.width, b.y(), titleWidth, b.height()));
     }
 }
 
@@ -125,8 +183,8 @@ void drawView(Canvas& canvas, const View& view) {
     if (layer.shadowOpacity > 0 && visible(view.backgroundColor())) {
         const Color color = layer.shadowColor.value_or(Color::black());
         canvas.shadow(shape,
-                      toRgba(color.withAlpha(color.a * std::min(1.0, layer.shadowOpacity) *
-                                             std::min(1.0, view.alpha()))),
+                      rgba(color.withAlpha(color.a * std::min(1.0, layer.shadowOpacity) *
+                                           std::min(1.0, view.alpha()))),
                       layer.shadowOffset.width, layer.shadowOffset.height, layer.shadowRadius);
     }
 
@@ -141,7 +199,7 @@ void drawView(Canvas& canvas, const View& view) {
                                 layer.mask->radius, layer.mask->corners));
     }
     if (visible(view.backgroundColor())) {
-        canvas.fill(shape, toRgba(*view.backgroundColor()));
+        canvas.fill(shape, rgba(*view.backgroundColor()));
     }
 
     canvas.save();
@@ -168,9 +226,9 @@ void drawView(Canvas& canvas, const View& view) {
         if (inner.width() > 0 && inner.height() > 0) {
             canvas.stroke(
                 roundedPath(inner, std::max(0.0, layer.cornerRadius - w / 2), layer.maskedCorners),
-                toRgba(*layer.borderColor), w);
+                rgba(*layer.borderColor), w);
         } else {
-            canvas.fill(shape, toRgba(*layer.borderColor));
+            canvas.fill(shape, rgba(*layer.borderColor));
         }
     }
 
@@ -182,7 +240,13 @@ void drawView(Canvas& canvas, const View& view) {
 
 void drawContent(Canvas& canvas, const View& view) {
     const Rect bounds = view.bounds();
-    if (const auto* imageView = dynamic_cast<const ImageView*>(&view)) {
+    if (const auto* label = dynamic_cast<const Label*>(&view)) {
+        drawTextIn(canvas, textBlock(*label), bounds);
+    } else if (const auto* button = dynamic_cast<const Button*>(&view)) {
+        drawButton(canvas, *button);
+    } else if (const auto* field = dynamic_cast<const TextField*>(&view)) {
+        drawTextIn(canvas, textBlock(*field), bounds);
+    } else if (const auto* imageView = dynamic_cast<const ImageView*>(&view)) {
         if (const auto& image = imageView->image()) {
             const Rect placed = placeImage(naturalSize(*image), bounds, view.contentMode());
             drawImageIn(canvas, *image, placed);

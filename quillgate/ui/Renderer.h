@@ -4,7 +4,6 @@
 #include <memory>
 
 #include "quillgate/platform/Canvas.h"
-#include "quillgate/ui/Color.h"
 #include "quillgate/ui/Geometry.h"
 
 // Pictures of the view tree: what a reader would see of a window, drawn through a canvas.
@@ -32,11 +31,6 @@ std::unique_ptr<platform::ImageCanvas> renderPicture(const View& root, double sc
 
 // Writes renderPicture's result as a PNG file; false when the file could not be written.
 bool writePicture(const View& root, const std::filesystem::path& file, double scale = 2);
-
-// The canvas's colour for a colour of the view tree.
-inline platform::Rgba toRgba(const Color& c) {
-    return platform::Rgba{c.r, c.g, c.b, c.a};
-}
 
 // The outline of a rectangle whose `corners` are rounded by `radius`.
 platform::CanvasPath roundedPath(const Rect& rect, double radius, unsigned corners);

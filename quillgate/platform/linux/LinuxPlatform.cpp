@@ -77,12 +77,23 @@ std::shared_ptr<Platform> makeLinuxPlatform(fs::path stateDirectory) {
     auto fonts = std::make_shared<FontconfigFontSystem>();
     platform->fonts = fonts;
     // Same configuration: a face the font system registers measures with its own metrics.
-    platform->textLayout = std::make_shared<PangoTextLayout>(fonts);
+    auto text = std::make_shared<PangoTextLayout>(fonts);
+    platform->textLayout = text;
     platform->device = deviceInfo();
     platform->logSink = standardOutputSink();
     platform->makeUuid = randomUuid;
-    platform->makeImageCanvas = [](double width, double height, double scale) {
-        return std::make_unique<CairoCanvas>(width, height, scale, nullptr);
+    // Pictures set their text with the installed platform's Pango layout, so that a face
+    // registered at run time shows; a platform with another layout service (a test's) draws
+    // text with this one.
+    platform->makeImageCanvas = [text](double width, double height, double scale) {
+        return std::make_unique<CairoCanvas>(
+            width, height, scale,
+            [text](cairo_t* cr, const TextBlock& block, double x, double y, double w) {
+                auto* installed = isInstalled()
+                                      ? dynamic_cast<PangoTextLayout*>(current().textLayout.get())
+                                      : nullptr;
+                (installed ? installed : text.get())->draw(cr, block, x, y, w);
+            });
     };
     return platform;
 }

@@ -11,6 +11,7 @@
 #include "quillgate/ui/ImageView.h"
 #include "quillgate/ui/Renderer.h"
 #include "quillgate/ui/ScrollView.h"
+#include "quillgate/ui/TextBlocks.h"
 #include "quillgate/ui/TextField.h"
 #include "tests/unit/ui/UiTestSupport.h"
 
@@ -30,10 +31,6 @@ constexpr double kTolerance = 0.03;
     return ::testing::AssertionFailure()
            << "got (" << got.r << ", " << got.g << ", " << got.b << ", " << got.a << "), want ("
            << want.r << ", " << want.g << ", " << want.b << ", " << want.a << ")";
-}
-
-Rgba rgba(const Color& c) {
-    return toRgba(c);
 }
 
 const Rgba kClear{0, 0, 0, 0};
@@ -222,6 +219,56 @@ TEST_F(RendererTest, ImageBytesAreDecodedAndPlacedByContentMode) {
     EXPECT_TRUE(near(picture->pixel(98, 70), rgba(Color::blue())));
     // Bytes that are not an image draw nothing.
     EXPECT_TRUE(near(picture->pixel(50, 95), rgba(Color::white())));
+}
+
+// Pixels of the picture inside `rect` (sampled every half point) that are darker than `limit`
+// on the red channel, or lighter when `light`.
+int ink(const platform::ImageCanvas& picture, const Rect& rect, bool light = false,
+        double limit = 0.5) {
+    int n = 0;
+    for (double y = rect.minY(); y < rect.maxY(); y += 0.5) {
+        for (double x = rect.minX(); x < rect.maxX(); x += 0.5) {
+            const double r = picture.pixel(x, y).r;
+            n += (light ? r > limit : r < limit) ? 1 : 0;
+        }
+    }
+    return n;
+}
+
+TEST_F(RendererTest, TextInkLandsInsideLabelsButtonsAndFields) {
+    auto root = box(Rect(0, 0, 300, 200), Color::white());
+    auto label = std::make_shared<Label>("Quillgate");
+    label->setFrame(Rect(10, 10, 200, 50));
+    label->setFont(Font::boldSystem(30));
+    auto empty = std::make_shared<Label>("");
+    empty->setFrame(Rect(10, 150, 200, 40));
+    // A white title on a dark button; the title's ink is light.
+    auto button = std::make_shared<Button>(Rect(10, 80, 120, 44));
+    button->setTitle("Subscribe");
+    button->setTitleColor(Color::white());
+    button->setBackgroundColor(Color::black());
+    // A field shows its placeholder while it is empty.
+    auto field = std::make_shared<TextField>(Rect(150, 80, 140, 44));
+    field->setPlaceholder("Email Id");
+    field->setTextColor(Color::black());
+    root->addSubview(label);
+    root->addSubview(empty);
+    root->addSubview(button);
+    root->addSubview(field);
+
+    const auto picture = renderPicture(*root, 2);
+    ASSERT_TRUE(picture);
+    if (const char* keep = std::getenv("QUILLGATE_KEEP_PICTURES")) {
+        picture->writePng(std::filesystem::path(keep) / "renderer-text.png");
+    }
+    EXPECT_GT(ink(*picture, label->frame()), 200);
+    EXPECT_EQ(ink(*picture, Rect(0, 60, 300, 18)), 0);
+    EXPECT_EQ(ink(*picture, empty->frame()), 0);
+    EXPECT_GT(ink(*picture, button->frame(), true), 50);
+    // Centred: the title's ink stays off the button's left and right ends.
+    EXPECT_EQ(ink(*picture, Rect(10, 80, 12, 44), true), 0);
+    EXPECT_EQ(ink(*picture, Rect(118, 80, 12, 44), true), 0);
+    EXPECT_GT(ink(*picture, field->frame(), false, 0.95), 50);
 }
 
 TEST_F(RendererTest, PngFilesHaveThePictureSizeAndUnwritablePathsFail) {
