@@ -26,7 +26,7 @@ std::shared_ptr<ui::View> emptyRoot(ui::Responder*) {
 
 void registerScreenNibs() {
     auto& registry = ui::NibRegistry::shared();
-    registry.registerScene<WebViewController>(kStoryboard, "WebVC", emptyRoot);
+    registry.registerScene<WebViewController>(kStoryboard, "WebVC", WebViewController::buildScene);
     registry.registerScene<QuillgateStatusVC>(kStoryboard, "QuillgateStatusVC", emptyRoot);
     registry.registerScene<SubscriptionViewController>(kStoryboard, "SubscriptionVC", emptyRoot);
     registry.registerNib("BannerViewController", emptyRoot);

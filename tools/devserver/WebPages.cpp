@@ -105,8 +105,12 @@ std::string choiceHtml(const Choice& c) {
     std::string out = "<a class=\"choice" + (c.style.empty() ? "" : " " + c.style) +
                       "\" id=\"choice-" + htmlEscape(c.id) + "\" href=\"" + htmlEscape(c.href) +
                       "\"";
-    if (!c.handler.empty())
-        out += " data-handler=\"" + htmlEscape(c.handler) + "\"";
+    if (!c.handler.empty()) {
+        // The message the page's script posts comes from the choice's own address, answered
+        // as JSON: a host without a script engine reads both here and acts them out.
+        out += " data-handler=\"" + htmlEscape(c.handler) + "\" data-message-url=\"" +
+               htmlEscape(c.href + "&respond=json") + "\"";
+    }
     if (c.emailIdentity)
         out += " data-identity=\"email\"";
     if (c.trial)
@@ -204,6 +208,22 @@ std::string decodeBase64(const std::string& text) {
         }
     }
     return out;
+}
+
+// A sign-in choice per reader of the scenario, for trying the service with any of them: a
+// browser's reader picks one instead of typing an address, and so does a headless host.
+std::vector<Choice> readerChoices(const std::vector<UserSpec>& users, const std::string& action,
+                                  const Params& params) {
+    std::vector<Choice> choices;
+    for (const UserSpec& user : users) {
+        if (user.email.empty()) {
+            continue;
+        }
+        choices.push_back({"login-" + user.email, "Sign in as " + user.email,
+                           choiceHref(action, params, {{"choice", "login"}, {"email", user.email}}),
+                           "secondary", "loginSuccess", false, false});
+    }
+    return choices;
 }
 
 Identity identityFrom(const Params& params) {
@@ -375,6 +395,9 @@ Reply WebPages::overlay(const Params& params) {
     }
     if (askEmail) {
         body << emailField(publisher->demoReader);
+        for (Choice& c : readerChoices(scenario_.users, action, params)) {
+            choices.push_back(std::move(c));
+        }
     }
     choices.push_back({"cancel", "Not now", choiceHref(action, params, {{"choice", "cancel"}}),
                        "quiet", "", false, false});
@@ -583,6 +606,9 @@ Reply WebPages::onlyLogin(const Params& params) {
                  true,
                  false};
     body << choiceHtml(login);
+    for (const Choice& c : readerChoices(scenario_.users, "/orvelant-login/choose", params)) {
+        body << choiceHtml(c);
+    }
     return htmlReply(200, page("Sign in", body.str()));
 }
 

@@ -18,11 +18,11 @@
 #include <system_error>
 #include <vector>
 
-#include <httplib.h>
 #include "quillgate/client/QuillgateClient.h"
 #include "quillgate/platform/Clock.h"
 #include "quillgate/platform/Url.h"
 #include "quillgate/screens/WebViewController.h"
+#include "quillgate/service/Constants.h"
 #include "quillgate/ui/Button.h"
 #include "quillgate/ui/View.h"
 #include "quillgate/ui/ViewController.h"
@@ -31,6 +31,8 @@
 
 #include "tools/quillgate/Commands.h"
 #include "tools/quillgate/HostApp.h"
+#include "tools/quillgate/ReaderActions.h"
+#include "tools/quillgate/WebPageActions.h"
 
 namespace quillgate::host {
 
@@ -361,126 +363,37 @@ std::optional<std::string> firstProblem(
     return std::nullopt;
 }
 
-// The page the web flow screen on show was given, if a web flow is open.
-std::optional<std::string> webFlowAddress(HostApp& app) {
-    auto screen = std::dynamic_pointer_cast<WebViewController>(app.client().webVC);
-    if (!screen || !screen->actualURL || !screen->presentingViewController()) {
-        return std::nullopt;
+// The reader acts on the web flow's page (choose, post, back), as `read --do` does. Returns
+// whether the action got done.
+bool onThePage(HostApp& app, const std::string& action) {
+    std::string error;
+    const auto parsed = parseReaderAction(action, error);
+    if (!parsed) {
+        app.say("reader: " + error);
+        return false;
     }
-    return screen->actualURL;
+    return runReaderAction(app, *parsed) == ActionOutcome::done;
 }
 
-// Fetches `url` from the local service as the reader's browser would, without following a
-// redirect: the answer to a choice is the redirect itself, to the app's own scheme, which no
-// HTTP client can follow.
-std::optional<platform::HttpResult> fetch(HostApp&, const std::string& url) {
-    const auto parsed = platform::url::parse(url);
-    if (!parsed || parsed->scheme != "http") {
-        return std::nullopt;
-    }
-    httplib::Client client(parsed->host, parsed->port.value_or(80));
-    client.set_follow_location(false);
-    client.set_connection_timeout(10);
-    client.set_read_timeout(10);
-    std::string target = parsed->path.empty() ? "/" : parsed->path;
-    if (parsed->query) {
-        target += "?" + *parsed->query;
-    }
-    auto answer = client.Get(target);
-    if (!answer) {
-        return std::nullopt;
-    }
-    platform::HttpResult result;
-    platform::HttpResponse response;
-    response.statusCode = answer->status;
-    for (const auto& [name, value] : answer->headers) {
-        response.headers.emplace_back(name, value);
-    }
-    result.response = std::move(response);
-    result.body = answer->body;
-    return result;
+// Waits until the web flow screen is on show and its page has loaded.
+bool pageShown(HostApp& app) {
+    const auto loaded = [&] {
+        auto screen = webFlowOnShow(app);
+        return screen && !screen->webView->isLoading() && app.settled();
+    };
+    return app.loop().runUntil(loaded, kChapterLimit);
 }
 
-// The address of the link with this id attribute in a page, made absolute against `base`.
-std::optional<std::string> linkWithId(const std::string& html, const std::string& id,
-                                      const std::string& pageUrl) {
-    const auto at = html.find("id=\"" + id + "\"");
-    if (at == std::string::npos) {
-        return std::nullopt;
+// Opens a wall's web flow as its buttons do (`payBtnTap`), then acts on the page.
+void throughTheWebFlow(HostApp& app, bool isLogin, const std::string& action) {
+    app.say(std::string("reader: taps the wall's ") + (isLogin ? "sign-in" : "buy") +
+            " button (payBtnTap(event: true, isLogin: " + (isLogin ? "true" : "false") + "))");
+    app.client().payBtnTap(true, isLogin);
+    if (!pageShown(app)) {
+        app.say("reader: sees no web page open");
+        return;
     }
-    const auto tagStart = html.rfind('<', at);
-    const auto tagEnd = html.find('>', at);
-    if (tagStart == std::string::npos || tagEnd == std::string::npos) {
-        return std::nullopt;
-    }
-    const std::string tag = html.substr(tagStart, tagEnd - tagStart);
-    const auto href = tag.find("href=\"");
-    if (href == std::string::npos) {
-        return std::nullopt;
-    }
-    const auto valueStart = href + 6;
-    const auto valueEnd = tag.find('"', valueStart);
-    std::string link = tag.substr(valueStart, valueEnd - valueStart);
-    for (std::string::size_type amp; (amp = link.find("&amp;")) != std::string::npos;) {
-        link.replace(amp, 5, "&");
-    }
-    if (link.find("://") != std::string::npos) {
-        return link;
-    }
-    // Relative to the page: same origin, and a path from the root or from the page's folder.
-    const auto origin = pageUrl.substr(0, pageUrl.find('/', pageUrl.find("://") + 3));
-    if (!link.empty() && link.front() == '/') {
-        return origin + link;
-    }
-    const auto query = pageUrl.find('?');
-    const std::string path = pageUrl.substr(0, query);
-    return path.substr(0, path.rfind('/') + 1) + link;
-}
-
-std::optional<std::string> header(const platform::HttpResponse& response, const std::string& name) {
-    for (const auto& [key, value] : response.headers) {
-        if (key.size() == name.size() &&
-            std::equal(key.begin(), key.end(), name.begin(),
-                       [](char a, char b) { return std::tolower(a) == std::tolower(b); })) {
-            return value;
-        }
-    }
-    return std::nullopt;
-}
-
-// The reader, on the web flow's page, takes the choice `choice` ("read", "pass", ...): the
-// page follows the choice's link, and the service answers with the redirect that ends the
-// flow, "orvelant://home?id=...". A headless host cannot run the page, so it fetches the page
-// and the link itself, closes the web screen and hands the redirect to the library as its
-// URL handler does for that scheme. Returns what went wrong.
-std::optional<std::string> takeChoice(HostApp& app, const std::string& choice) {
-    const auto pageUrl = webFlowAddress(app);
-    if (!pageUrl) {
-        return "no web flow page on show";
-    }
-    const auto html = fetch(app, *pageUrl);
-    if (!html || !html->body || !html->response || html->response->statusCode != 200) {
-        return "the web page " + *pageUrl + " did not load";
-    }
-    const auto link = linkWithId(*html->body, "choice-" + choice, *pageUrl);
-    if (!link) {
-        return "the web page has no choice \"" + choice + "\"";
-    }
-    const auto answer = fetch(app, *link);
-    if (!answer || !answer->response) {
-        return "the choice's link got no answer";
-    }
-    const auto location = header(*answer->response, "Location");
-    if (answer->response->statusCode != 302 || !location) {
-        return "the choice's link answered " + std::to_string(answer->response->statusCode) +
-               " instead of a redirect";
-    }
-    app.say("reader: the page redirects to " + *location);
-    if (auto screen = app.client().webVC) {
-        screen->dismiss(true, nullptr);
-    }
-    app.client().handleRelaunchApp(*location);
-    return std::nullopt;
+    onThePage(app, action);
 }
 
 // ---- The story ---------------------------------------------------------------------------------
@@ -553,30 +466,19 @@ std::vector<Story::Chapter> chapters(Story* story) {
 
     list.push_back({
         "the reader buys the article on the service's page",
-        "the web flow opens, the page's redirect ends it, and the access check lets the reader "
-        "in: the wall goes",
-        [=] {
-            // The wall's buy button asks the client for the read-now web flow; until the
-            // template's contents exist, the host makes that request itself.
-            app->say("reader: chooses to buy the article (payBtnTap(event: true, isLogin: false))");
-            app->client().payBtnTap(true, false);
-            const auto pageOpened = [=] { return webFlowAddress(*app).has_value(); };
-            if (!app->loop().runUntil(pageOpened, kSettleLimit)) {
-                app->say("reader: sees no web page open");
-                return;
-            }
-            app->say("reader: buys the article on the service's page");
-            if (const auto problem = takeChoice(*app, "read")) {
-                app->say("reader: cannot finish on the page: " + *problem);
-            }
-        },
-        [=] { return story->heard("purchasedOrNot(accessTime: true)"); },
+        "the web flow screen loads the service's page; the purchase redirects it to the home "
+        "address, which ends the flow, and the access check lets the reader in: the wall goes",
+        [=] { throughTheWebFlow(*app, false, "choose Buy this story"); },
+        [=] { return story->heard("purchasedOrNot(accessTime: true)") && !webFlowOnShow(*app); },
         [=] {
             return firstProblem({
                 {story->requested("/api/v1/login-challenge"),
                  "no login challenge reached the service"},
+                {story->requested("/overlay/choose"),
+                 "the page's choice never reached the service"},
                 {story->heard("purchasedOrNot(accessTime: true)"),
                  "after the purchase the host should hear purchasedOrNot(accessTime: true)"},
+                {!webFlowOnShow(*app), "the web flow screen should be gone"},
                 {story->screensText() == "none",
                  "the wall should be gone, but the screen shows " + story->screensText()},
             });
@@ -608,6 +510,57 @@ std::vector<Story::Chapter> chapters(Story* story) {
             return unless(story->screenIs("QuillgateStatusVC"),
                           "the default paywall should be on show, but the screen shows " +
                               story->screensText());
+        },
+    });
+
+    list.push_back({
+        "a locked article for a reader without a subscription (premium-4a)",
+        "the journey keeps the article locked and the 4A template paywall goes up",
+        [=] { openArticle(*app, "premium-4a", "The long road to the port", "business"); },
+        [=] { return story->screenIs("CTA4ViewController"); },
+        [=] {
+            return firstProblem({
+                {story->heard("purchasedOrNot(accessTime: false)"),
+                 "the host should hear purchasedOrNot(accessTime: false)"},
+                {story->screenIs("CTA4ViewController"),
+                 "the 4A template should be on show, but the screen shows " + story->screensText()},
+            });
+        },
+    });
+
+    list.push_back({
+        "the reader signs in as a subscriber on the service's page",
+        "the page posts its log-in result to \"loginSuccess\": the screen stores the session, "
+        "closes, and the access check lets the subscriber in",
+        [=] { throughTheWebFlow(*app, true, "choose Sign in as subscriber@quillgate.test"); },
+        [=] { return story->heard("purchasedOrNot(accessTime: true)") && !webFlowOnShow(*app); },
+        [=] {
+            const auto session = Constants::sessionID();
+            return firstProblem({
+                {story->requested("/overlay/choose"),
+                 "the page's choice never reached the service"},
+                {session.has_value(), "no session was stored"},
+                {story->heard("purchasedOrNot(accessTime: true)"),
+                 "after signing in the host should hear purchasedOrNot(accessTime: true)"},
+                {story->screensText() == "none",
+                 "the wall should be gone, but the screen shows " + story->screensText()},
+            });
+        },
+    });
+
+    list.push_back({
+        "the subscriber opens the next locked article (premium-5a)",
+        "the stored session makes the journey let the subscriber in at once",
+        [=] { openArticle(*app, "premium-5a", "Markets after the monsoon", "business"); },
+        [=] { return story->heardStartingWith("purchasedOrNot("); },
+        [=] {
+            return firstProblem({
+                {story->calls() == std::vector<std::string>{"purchasedOrNot(accessTime: true)"},
+                 "the host should hear exactly purchasedOrNot(accessTime: true)"},
+                {story->screensText() == "none",
+                 "nothing should cover the subscriber's article, but the screen shows " +
+                     story->screensText()},
+            });
         },
     });
 

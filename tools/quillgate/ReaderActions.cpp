@@ -12,6 +12,7 @@
 #include "quillgate/ui/View.h"
 #include "quillgate/ui/Window.h"
 #include "tools/quillgate/HostApp.h"
+#include "tools/quillgate/WebPageActions.h"
 
 namespace quillgate::host {
 
@@ -176,6 +177,14 @@ const std::vector<ReaderAction>& readerActions() {
         {"wait", ArgumentForm::seconds, "SECONDS", "let the main loop run for SECONDS", wait},
         {"snapshot", ArgumentForm::file, "FILE.png",
          "write a picture of the key window, as it is now", snapshot},
+        {"choose", ArgumentForm::text, "TEXT",
+         "on the web flow's page, follow the link or press the button whose text or id is TEXT",
+         choosePageControl},
+        {"post", ArgumentForm::text, "NAME JSON",
+         "the web flow's page posts the JSON text to the script message handler NAME",
+         postPageMessage},
+        {"back", ArgumentForm::none, "", "press the web flow screen's back button",
+         pressWebFlowBack},
     };
     return table;
 }
@@ -217,6 +226,12 @@ std::optional<ParsedAction> parseReaderAction(std::string_view text, std::string
                 return std::nullopt;
             }
             break;
+        case ArgumentForm::none:
+            if (!argument.empty()) {
+                error = "\"" + name + "\" takes no argument";
+                return std::nullopt;
+            }
+            break;
         case ArgumentForm::percent:
         case ArgumentForm::seconds: {
             const bool percent = action->form == ArgumentForm::percent;
@@ -254,7 +269,8 @@ ActionOutcome runReaderAction(HostApp& app, const ParsedAction& action) {
 std::string readerActionsHelp() {
     std::string text;
     for (const auto& row : readerActions()) {
-        std::string head = "        " + row.name + " " + row.argumentName;
+        std::string head =
+            "        " + row.name + (row.argumentName.empty() ? "" : " " + row.argumentName);
         head.resize(std::max<std::size_t>(head.size() + 2, 30), ' ');
         text += head + row.help + "\n";
     }

@@ -25,6 +25,7 @@ enum class ArgumentForm {
     percent,  // a number from 0 to 100
     seconds,  // a number of seconds from 0 to a day
     file,     // a file name
+    none,     // no argument
 };
 
 // The argument as parsed: the text, and the number for the numeric forms.

@@ -148,8 +148,14 @@ TEST_F(ReaderActionsTest, SnapshotWritesTheWindowAtTwicePointsOrSaysItCouldNot) 
 
 TEST(ReaderActionTable, EveryRowParsesItsOwnFormAndHasHelp) {
     const std::pair<std::string, std::string> examples[] = {
-        {"tap", "tap  Buy now "}, {"type", "type a b"},           {"scroll", "scroll 12.5"},
-        {"wait", "wait 1"},       {"snapshot", "snapshot x.png"},
+        {"tap", "tap  Buy now "},
+        {"type", "type a b"},
+        {"scroll", "scroll 12.5"},
+        {"wait", "wait 1"},
+        {"snapshot", "snapshot x.png"},
+        {"choose", "choose Buy this story"},
+        {"post", "post loginSuccess {\"a\": 1}"},
+        {"back", "back"},
     };
     ASSERT_EQ(readerActions().size(), std::size(examples));
     for (const auto& [name, text] : examples) {
