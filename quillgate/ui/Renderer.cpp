@@ -46,7 +46,7 @@ Size naturalSize(const Image& image) {
 }
 
 void drawImageIn(Canvas& canvas, const Image& image, const Rect& rect) {
-    if (image.source() != Image::Source::data || rect.isEmpty()) {
+    if (image.data().empty() || rect.isEmpty()) {
         return;
     }
     canvas.drawImage(image.data(), rect.x(), rect.y(), rect.width(), rect.height());
