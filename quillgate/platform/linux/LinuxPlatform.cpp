@@ -13,6 +13,7 @@
 #include "quillgate/platform/linux/FileKeyValueStore.h"
 #include "quillgate/platform/linux/FontconfigFontSystem.h"
 #include "quillgate/platform/linux/NetlinkReachability.h"
+#include "quillgate/platform/linux/PangoTextLayout.h"
 
 namespace quillgate::platform {
 
@@ -73,12 +74,21 @@ std::shared_ptr<Platform> makeLinuxPlatform(fs::path stateDirectory) {
     platform->defaults =
         std::make_shared<FileKeyValueStore>(platform->stateDirectory / "defaults.json");
     platform->reachability = std::make_shared<NetlinkReachability>();
-    platform->fonts = std::make_shared<FontconfigFontSystem>();
+    auto fonts = std::make_shared<FontconfigFontSystem>();
+    platform->fonts = fonts;
+    // Same configuration: a face the font system registers measures with its own metrics.
+    auto textLayout = std::make_shared<PangoTextLayout>(fonts);
+    platform->textLayout = textLayout;
     platform->device = deviceInfo();
     platform->logSink = standardOutputSink();
     platform->makeUuid = randomUuid;
-    platform->makeImageCanvas = [](double width, double height, double scale) {
-        return std::make_unique<CairoCanvas>(width, height, scale, nullptr);
+    // Pictures set their text with the same layout that measured it.
+    platform->makeImageCanvas = [textLayout](double width, double height, double scale) {
+        return std::make_unique<CairoCanvas>(
+            width, height, scale,
+            [textLayout](cairo_t* context, const TextBlock& block, double x, double y, double w) {
+                textLayout->draw(context, block, x, y, w);
+            });
     };
     return platform;
 }
