@@ -142,11 +142,12 @@ std::shared_ptr<ui::View> buildQuillgateStatusScene(ui::Responder* owner) {
 
     // Pay per article.
     auto topBlock = std::make_shared<CardColumn>(ui::EdgeInsets{20, kSide, 4, kSide});
-    auto price = label("", Font::system(18, FontWeight::bold), kInk);
+    auto price =
+        label("", Font::system(16, FontWeight::bold), kInk, ui::TextAlignment::center, 0, 22);
     auto readNow = button("Read now", Font::system(17, FontWeight::semibold));
     readNow->setTitleColor(Color::white());
     auto duration = label("One payment, and the story is yours to read any time.", Font::system(12),
-                          kMutedInk, ui::TextAlignment::center, 0, 16);
+                          kMutedInk, ui::TextAlignment::center, 0, 32);
     topBlock->add(price);
     topBlock->add(readNow, kButtonHeight, 14);
     topBlock->add(duration, 0, 8);
@@ -159,7 +160,7 @@ std::shared_ptr<ui::View> buildQuillgateStatusScene(ui::Responder* owner) {
     // The pass.
     auto middle = std::make_shared<CardColumn>(ui::EdgeInsets{4, kSide, 4, kSide});
     auto passMessage = label("", Font::system(15), kInk);
-    auto pass = button("", Font::system(17, FontWeight::semibold));
+    auto pass = button("", Font::system(16, FontWeight::semibold));
     middle->add(passMessage);
     middle->add(pass, kButtonHeight, 12);
     cont->add(middle, 0, 14);
@@ -175,7 +176,7 @@ std::shared_ptr<ui::View> buildQuillgateStatusScene(ui::Responder* owner) {
     // The subscription.
     auto bottom = std::make_shared<CardColumn>(ui::EdgeInsets{4, kSide, 4, kSide});
     auto subTitle = label("", Font::system(17, FontWeight::bold), kInk);
-    auto subMessage = label("", Font::system(14), kMutedInk, ui::TextAlignment::center, 0, 36);
+    auto subMessage = label("", Font::system(14), kMutedInk, ui::TextAlignment::center, 0, 40);
     auto subscribe = button("Subscribe", Font::system(17, FontWeight::semibold));
     bottom->add(subTitle);
     bottom->add(subMessage, 0, 6);
@@ -190,7 +191,7 @@ std::shared_ptr<ui::View> buildQuillgateStatusScene(ui::Responder* owner) {
     signInRow->setFrame(ui::Rect(0, 0, 300, 22));
     auto signInText = label("Already a subscriber?", Font::system(14), kMutedInk,
                             ui::TextAlignment::right, 1, 22);
-    signInText->setFrame(ui::Rect(0, 0, 150, 22));
+    signInText->setFrame(ui::Rect(0, 0, 162, 22));
     signInRow->addArrangedSubview(signInText);
     auto signIn = button("Sign in", Font::system(14, FontWeight::semibold), 56, 22);
     signInRow->addArrangedSubview(signIn);
@@ -198,14 +199,14 @@ std::shared_ptr<ui::View> buildQuillgateStatusScene(ui::Responder* owner) {
     logInRow->setFrame(ui::Rect(0, 0, 300, 24));
     auto playLogo = std::make_shared<ui::ImageView>(ui::Rect(0, 0, 58, 12));
     playLogo->setContentMode(ui::ContentMode::scaleAspectFit);
-    auto logIn = button("Log in with", Font::system(14, FontWeight::semibold), 84, 24);
+    auto logIn = button("Log in with", Font::system(14, FontWeight::semibold), 92, 24);
     logInRow->addArrangedSubview(logIn);
     logInRow->addArrangedSubview(playLogo);
     auto poweredRow = std::make_shared<CentredRow>(6);
     poweredRow->setFrame(ui::Rect(0, 0, 300, 16));
     auto poweredText =
         label("Powered by", Font::system(11), kMutedInk, ui::TextAlignment::right, 1, 16);
-    poweredText->setFrame(ui::Rect(0, 0, 60, 16));
+    poweredText->setFrame(ui::Rect(0, 0, 66, 16));
     poweredRow->addArrangedSubview(poweredText);
     auto poweredLogo = std::make_shared<ui::ImageView>(ui::Rect(0, 0, 58, 12));
     poweredLogo->setContentMode(ui::ContentMode::scaleAspectFit);

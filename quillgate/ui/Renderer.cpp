@@ -10,6 +10,7 @@
 #include "quillgate/ui/Button.h"
 #include "quillgate/ui/ImageView.h"
 #include "quillgate/ui/Label.h"
+#include "quillgate/ui/TextBlocks.h"
 #include "quillgate/ui/TextField.h"
 #include "quillgate/ui/View.h"
 
@@ -180,9 +181,24 @@ void drawView(Canvas& canvas, const View& view) {
     canvas.restore();
 }
 
+// Text set as the layout service sets it, centred up and down in `box` as labels and button
+// titles sit.
+void drawTextIn(Canvas& canvas, const platform::TextBlock& block, const Rect& box) {
+    auto& layout = platform::current().textLayout;
+    if (block.text.empty() || !layout || box.isEmpty()) {
+        return;
+    }
+    const auto metrics = layout->measure(block, box.width());
+    canvas.drawText(block, box.x(), box.y() + (box.height() - metrics.height) / 2, box.width());
+}
+
 void drawContent(Canvas& canvas, const View& view) {
     const Rect bounds = view.bounds();
-    if (const auto* imageView = dynamic_cast<const ImageView*>(&view)) {
+    if (const auto* label = dynamic_cast<const Label*>(&view)) {
+        drawTextIn(canvas, textBlock(*label), bounds);
+    } else if (const auto* button = dynamic_cast<const Button*>(&view)) {
+        drawTextIn(canvas, textBlock(*button), bounds);
+    } else if (const auto* imageView = dynamic_cast<const ImageView*>(&view)) {
         if (const auto& image = imageView->image()) {
             const Rect placed = placeImage(naturalSize(*image), bounds, view.contentMode());
             drawImageIn(canvas, *image, placed);
