@@ -27,7 +27,8 @@ std::shared_ptr<ui::View> emptyRoot(ui::Responder*) {
 void registerScreenNibs() {
     auto& registry = ui::NibRegistry::shared();
     registry.registerScene<WebViewController>(kStoryboard, "WebVC", WebViewController::buildScene);
-    registry.registerScene<QuillgateStatusVC>(kStoryboard, "QuillgateStatusVC", emptyRoot);
+    registry.registerScene<QuillgateStatusVC>(kStoryboard, "QuillgateStatusVC",
+                                              buildQuillgateStatusScene);
     registry.registerScene<SubscriptionViewController>(kStoryboard, "SubscriptionVC", emptyRoot);
     registry.registerNib("BannerViewController", emptyRoot);
     registry.registerNib("PopUpView", [](ui::Responder*) -> std::shared_ptr<ui::View> {

@@ -47,7 +47,7 @@ Size naturalSize(const Image& image) {
 }
 
 void drawImageIn(Canvas& canvas, const Image& image, const Rect& rect) {
-    if (image.source() != Image::Source::data || rect.isEmpty()) {
+    if (image.data().empty() || rect.isEmpty()) {
         return;
     }
     canvas.drawImage(image.data(), rect.x(), rect.y(), rect.width(), rect.height());
@@ -236,6 +236,17 @@ void drawView(Canvas& canvas, const View& view) {
         canvas.endTransparencyLayer();
     }
     canvas.restore();
+}
+
+// Text set as the layout service sets it, centred up and down in `box` as labels and button
+// titles sit.
+void drawTextIn(Canvas& canvas, const platform::TextBlock& block, const Rect& box) {
+    auto& layout = platform::current().textLayout;
+    if (block.text.empty() || !layout || box.isEmpty()) {
+        return;
+    }
+    const auto metrics = layout->measure(block, box.width());
+    canvas.drawText(block, box.x(), box.y() + (box.height() - metrics.height) / 2, box.width());
 }
 
 void drawContent(Canvas& canvas, const View& view) {

@@ -16,8 +16,9 @@
 // views of alpha below 0.01 draw nothing with their subviews; a view with alpha below 1 is
 // composited as one layer. Text is set by the platform's text layout service.
 //
-// Named and system images (resources, symbols) have no pixels in this toolkit and draw
-// nothing; downloaded image bytes are decoded. Main thread only.
+// Images draw from the bytes they carry: downloaded ones, or a library resource's file.
+// System symbols, and resources without bytes, have no pixels here and draw nothing. Main
+// thread only.
 namespace quillgate::ui {
 
 class View;

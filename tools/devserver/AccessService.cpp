@@ -560,7 +560,11 @@ Reply AccessService::content(const Params& params) {
         return Reply::error(404, "Content not found");
     }
     const User* user = userBySession(param(params, "sessionId"));
-    return Reply::json(200, encode(contentDetails(*publisher, *article, user)));
+    auto body = encode(contentDetails(*publisher, *article, user));
+    if (article->contentDetails) {
+        body.merge_patch(*article->contentDetails);
+    }
+    return Reply::json(200, body);
 }
 
 Reply AccessService::user(const std::string& sessionId, const Params& params) {

@@ -168,6 +168,12 @@ void loadArticles(Scenario& scenario, const std::filesystem::path& dir) {
         if (auto popup = text(entry, "popup", where, false); !popup.empty()) {
             a.popup = popup;
         }
+        if (auto it = entry.find("contentDetails"); it != entry.end()) {
+            if (!it->is_object()) {
+                throw LoadFailure(where + ": contentDetails must be an object");
+            }
+            a.contentDetails = nlohmann::ordered_json::parse(it->dump());
+        }
         Json content = entry.value("content", Json::object());
         content["clientId"] = a.clientId;
         content["clientContentId"] = a.clientContentId;

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "quillgate/records/AccountRecords.h"
 #include "quillgate/records/JourneyRecords.h"
 #include "quillgate/records/PaywallRecords.h"
@@ -59,6 +61,9 @@ struct Article {
     std::optional<std::string> paywall;  // paywall action id; absent: no journey applies
     std::optional<std::string> popup;    // popup action id
     Content content;
+    // Merged over the content details the service answers for this article (a null member
+    // removes that key): lets an article offer no price, no pass or no subscriptions.
+    std::optional<nlohmann::ordered_json> contentDetails;
 };
 
 enum class RightKind { content, pass, subscription };

@@ -6,6 +6,7 @@
 // to do. The exit status says whether every chapter went as expected.
 #include <stdlib.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -21,9 +22,12 @@
 #include "quillgate/client/QuillgateClient.h"
 #include "quillgate/platform/Clock.h"
 #include "quillgate/platform/Url.h"
+#include "quillgate/screens/QuillgateStatusVC.h"
 #include "quillgate/screens/WebViewController.h"
 #include "quillgate/service/Constants.h"
+#include "quillgate/service/Description.h"
 #include "quillgate/ui/Button.h"
+#include "quillgate/ui/Label.h"
 #include "quillgate/ui/View.h"
 #include "quillgate/ui/ViewController.h"
 #include "quillgate/ui/WebView.h"
@@ -503,13 +507,36 @@ std::vector<Story::Chapter> chapters(Story* story) {
 
     list.push_back({
         "a template the library does not know (premium-unknown-template)",
-        "the library falls back to its default paywall",
+        "the library falls back to its default paywall: the article, a pass and a subscription "
+        "on one card, whose height the host hears",
         [=] { openArticle(*app, "premium-unknown-template", "Tides of the future", "science"); },
         [=] { return story->screenIs("QuillgateStatusVC"); },
         [=] {
-            return unless(story->screenIs("QuillgateStatusVC"),
-                          "the default paywall should be on show, but the screen shows " +
-                              story->screensText());
+            auto card = std::dynamic_pointer_cast<QuillgateStatusVC>(app->client().blockerVC);
+            if (!card) {
+                return std::optional<std::string>(
+                    "the default paywall should be on show, but "
+                    "the screen shows " +
+                    story->screensText());
+            }
+            const std::string price = card->contentPriceLbl->text();
+            const std::string heard =
+                "paywallHeight: " + description::number(card->containerView->frame().height());
+            const auto calls = story->calls();
+            app->say("card: \"" + price + "\" / \"" + card->lblPassMsg->text() + "\" / \"" +
+                     card->subscriptionTitleLbl->text() + "\"");
+            return firstProblem({
+                {price == "Pay Optional(\"₹\")19.0 to read now",
+                 "the card's price line reads \"" + price + "\""},
+                {!card->topView->isHidden() && !card->middleView->isHidden() &&
+                     !card->bottomView->isHidden(),
+                 "the article, the pass and the subscription should all be offered"},
+                {std::any_of(calls.begin(), calls.end(),
+                             [&](const std::string& call) {
+                                 return call.find(heard) != std::string::npos;
+                             }),
+                 "the host should hear the card's height (" + heard + ")"},
+            });
         },
     });
 
