@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "quillgate/resources/CustomUIButton.h"
 #include "quillgate/screens/BannerViewController.h"
 #include "quillgate/screens/PopUpView.h"
 #include "quillgate/screens/QuillgateStatusVC.h"
@@ -32,6 +33,8 @@ void registerScreenNibs() {
     registry.registerNib("PopUpView", [](ui::Responder*) -> std::shared_ptr<ui::View> {
         return std::make_shared<PopUpView>();
     });
+    // The shared icon-and-label control that screens' nibs embed.
+    CustomUIButton::registerNib();
 }
 
 }  // namespace quillgate

@@ -61,10 +61,16 @@ std::optional<Font> Font::named(const std::string& name, double size) {
         return std::nullopt;
     }
     auto& fonts = platform::current().fonts;
-    if (!fonts || !fonts->isRegistered(name)) {
+    if (!fonts) {
         return std::nullopt;
     }
-    return Font{name, size, FontWeight::regular, false};
+    // A face's PostScript name, or a family's name for its regular face: a downloaded family
+    // ("Roboto") sets its text in the face the download registered ("Roboto-Regular").
+    const auto face = fonts->face(name);
+    if (!face || face->postScriptName.empty()) {
+        return std::nullopt;
+    }
+    return Font{face->postScriptName, size, static_cast<FontWeight>(face->weight), false};
 }
 
 }  // namespace quillgate::ui

@@ -35,8 +35,10 @@ struct Font {
     // The system font at a size and weight (17 points regular is the default of labels).
     static Font system(double size, FontWeight weight = FontWeight::regular);
     static Font boldSystem(double size) { return system(size, FontWeight::bold); }
-    // The face with exactly this PostScript name at a size, when the installed platform's
-    // font system knows it; nothing otherwise (an empty name is never a face).
+    // The face the installed platform's font system knows by this name at a size: the face
+    // with exactly this PostScript name, else the regular face of the family called exactly
+    // this (the font's name is then the face's PostScript name); nothing otherwise (an empty
+    // name is never a face).
     static std::optional<Font> named(const std::string& name, double size);
 
     Font withSize(double newSize) const {

@@ -2,10 +2,11 @@
 
 namespace quillgate::ui {
 
-Image Image::named(std::string name, Size size) {
+Image Image::named(std::string name, Size size, std::string bytes) {
     Image image;
     image.source_ = Source::named;
     image.name_ = std::move(name);
+    image.data_ = std::move(bytes);
     image.size_ = size;
     return image;
 }

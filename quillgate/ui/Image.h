@@ -17,8 +17,9 @@ class Image {
     // The empty image (what a missing resource file gives).
     Image() = default;
 
-    // An image resource of the library, by file name ("orvelantLogoMono.png").
-    static Image named(std::string name, Size size = {});
+    // An image resource of the library, by file name ("orvelantLogoMono.png"), with the
+    // file's bytes when the library has them (what a renderer draws).
+    static Image named(std::string name, Size size = {}, std::string bytes = {});
     // A symbol image of the platform ("checkmark.square.fill").
     static Image systemNamed(std::string name);
     // Image bytes, as downloaded, with the size the caller read from them.
@@ -27,6 +28,7 @@ class Image {
     Source source() const { return source_; }
     bool isEmpty() const { return source_ == Source::none; }
     const std::string& name() const { return name_; }
+    // The encoded bytes: downloaded ones, or a resource's file; empty when there are none.
     const std::string& data() const { return data_; }
     Size size() const { return size_; }
 
