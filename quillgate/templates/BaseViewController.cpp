@@ -8,7 +8,9 @@
 #include "quillgate/client/QuillgateClient.h"
 #include "quillgate/platform/Log.h"
 #include "quillgate/platform/Platform.h"
+#include "quillgate/resources/ViewLookups.h"
 #include "quillgate/service/Constants.h"
+#include "quillgate/templates/Styling.h"
 #include "quillgate/ui/Application.h"
 #include "quillgate/ui/GestureRecognizer.h"
 #include "quillgate/ui/NotificationCenter.h"
@@ -26,21 +28,10 @@ constexpr ui::Color kDimmedBackdrop =
 
 // The bottom safe-area inset of the application's key window; zero without one.
 double keyWindowBottomInset() {
-    if (auto window = ui::Application::shared().keyWindow()) {
+    if (auto window = keyWindow()) {
         return window->safeAreaInsets().bottom;
     }
     return 0;
-}
-
-// Stand-in until the styling engine lands: "#" and six hexadecimal digits.
-std::optional<ui::Color> cardColor(const std::string& text) {
-    if (text.size() != 7 || text[0] != '#' ||
-        text.find_first_not_of("0123456789abcdefABCDEF", 1) != std::string::npos) {
-        return std::nullopt;
-    }
-    const unsigned long v = std::stoul(text.substr(1), nullptr, 16);
-    return ui::Color::rgba(((v >> 16) & 0xFF) / 255.0, ((v >> 8) & 0xFF) / 255.0,
-                           (v & 0xFF) / 255.0);
 }
 
 }  // namespace
@@ -178,10 +169,10 @@ void BaseViewController::applyDisplayType() {
 
 void BaseViewController::applyCardBackground() {
     const Borders* frames = borders();
-    if (!frames || !frames->mainDiv || !frames->mainDiv->backgroundColor) {
+    if (!frames || !frames->mainDiv || !isNotBlank(frames->mainDiv->backgroundColor)) {
         return;
     }
-    if (auto color = cardColor(*frames->mainDiv->backgroundColor)) {
+    if (auto color = colorFromHex(*frames->mainDiv->backgroundColor)) {
         tblView->setBackgroundColor(*color);
     }
 }

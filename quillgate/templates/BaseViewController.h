@@ -8,6 +8,7 @@
 #include "quillgate/client/ClientTypes.h"
 #include "quillgate/client/SharedData.h"
 #include "quillgate/platform/Log.h"
+#include "quillgate/resources/CustomTableView.h"
 #include "quillgate/templates/CommonCells.h"
 #include "quillgate/ui/KeyValueObservable.h"
 #include "quillgate/ui/LayoutConstraint.h"
@@ -42,7 +43,7 @@ class BaseViewController : public ui::ViewController,
                            public ui::TableViewDelegate {
   public:
     // The card and its three layout constraints.
-    ui::Outlet<ui::TableView> tblView;
+    ui::Outlet<CustomTableView> tblView;
     ui::Outlet<ui::LayoutConstraint> tblViewHeight;
     ui::Outlet<ui::LayoutConstraint> centerYConstraint;
     ui::Outlet<ui::LayoutConstraint> bottomConstraint;

@@ -7,7 +7,7 @@
 #include "quillgate/service/Description.h"
 #include "quillgate/templates/CardLayout.h"
 #include "quillgate/templates/CommonCells.h"
-#include "quillgate/templates/TemplateText.h"
+#include "quillgate/templates/Styling.h"
 
 namespace quillgate {
 
@@ -90,12 +90,11 @@ std::string priceLine(const BoxStyle& style, const char* variantLine) {
         const std::string& given = *style.price->text;
         if (given == " ") {
             text.clear();
-        } else if (!platform::text::isBlankIgnoringNewlines(given)) {
+        } else if (isNotBlank(std::string_view(given))) {
             text = given;
         }
     }
-    if (!style.slot || !style.slot->value ||
-        platform::text::isBlankIgnoringNewlines(*style.slot->value)) {
+    if (!style.slot || !isNotBlank(style.slot->value)) {
         return text;
     }
     platform::log(std::string(variantLine) + *style.slot->value);
@@ -107,12 +106,12 @@ std::string priceLine(const BoxStyle& style, const char* variantLine) {
     if (word == "content") {
         platform::log("content");
         if (details && details->microPricing && details->microPricing->price) {
-            text += priceText(*details->microPricing->price);
+            text += priceString(*details->microPricing->price);
         }
     }
     if (word == "pass") {
         if (details && details->validPass && details->validPass->price) {
-            text += priceText(*details->validPass->price);
+            text += priceString(*details->validPass->price);
         }
     }
     return text;
@@ -123,11 +122,12 @@ void configureBox(const SharedCustomizePayWallModel& model, Box box, const char*
     const BoxStyle style = boxStyle(model, box);
     styleLabel(title, style.title, textOrDefault(style.title, style.defaultTitle), 14.0);
     styleLabel(price, style.price, priceLine(style, variantLine), 14.0);
-    styleBox(frame, style.frame, false);
+    styleBox(style.frame, std::nullopt, frame);
 }
 
 void repaint(const SharedCustomizePayWallModel& model, Box box, ui::View& frame, bool selected) {
-    styleBox(frame, boxStyle(model, box).frame, selected);
+    styleBox(boxStyle(model, box).frame,
+             selected ? std::optional<ui::Color>(kSelectionColor) : std::nullopt, frame);
 }
 
 std::optional<SlotDetails> slotOf(const SlotInfo* slots, Box box) {
@@ -150,7 +150,7 @@ struct BoxViews {
     std::shared_ptr<ui::View> frame;
     std::shared_ptr<ui::Label> title;
     std::shared_ptr<ui::Label> price;
-    std::shared_ptr<ui::Button> button;
+    std::shared_ptr<CustomButton> button;
 };
 
 constexpr double kBoxGap = 10;

@@ -5,8 +5,8 @@
 #include <string>
 
 #include "quillgate/client/ClientTypes.h"
+#include "quillgate/resources/CustomButton.h"
 #include "quillgate/templates/BaseViewController.h"
-#include "quillgate/ui/Button.h"
 #include "quillgate/ui/Label.h"
 #include "quillgate/ui/Outlet.h"
 #include "quillgate/ui/TableViewCell.h"
@@ -33,7 +33,7 @@ class CTA3A1TableViewCell : public ui::TableViewCell {
     ui::Outlet<ui::View> viewYearly;
     ui::Outlet<ui::Label> lblYTitle;
     ui::Outlet<ui::Label> lblYPrice;
-    ui::Outlet<ui::Button> btnY;
+    ui::Outlet<CustomButton> btnY;
 
     std::string className() const override { return "CTA3A1TableViewCell"; }
     void configure(const SharedCustomizePayWallModel& model);
@@ -52,8 +52,8 @@ class CTA3A2TableViewCell : public ui::TableViewCell {
     ui::Outlet<ui::Label> lblDPrice;
     ui::Outlet<ui::Label> lblWTitle;
     ui::Outlet<ui::Label> lblWPrice;
-    ui::Outlet<ui::Button> btnD;
-    ui::Outlet<ui::Button> btnW;
+    ui::Outlet<CustomButton> btnD;
+    ui::Outlet<CustomButton> btnW;
     // The configuration the boxes are repainted from.
     SharedCustomizePayWallModel customizePayWallModel;
 
@@ -81,9 +81,9 @@ class CTA3A3TableViewCell : public ui::TableViewCell {
     ui::Outlet<ui::Label> lblWPrice;
     ui::Outlet<ui::Label> lblYTitle;
     ui::Outlet<ui::Label> lblYPrice;
-    ui::Outlet<ui::Button> btnD;
-    ui::Outlet<ui::Button> btnW;
-    ui::Outlet<ui::Button> btnY;
+    ui::Outlet<CustomButton> btnD;
+    ui::Outlet<CustomButton> btnW;
+    ui::Outlet<CustomButton> btnY;
     SharedCustomizePayWallModel customizePayWallModel;
 
     std::string className() const override { return "CTA3A3TableViewCell"; }

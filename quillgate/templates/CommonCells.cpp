@@ -4,7 +4,7 @@
 #include "quillgate/platform/Text.h"
 #include "quillgate/service/Constants.h"
 #include "quillgate/templates/CardLayout.h"
-#include "quillgate/templates/TemplateText.h"
+#include "quillgate/templates/Styling.h"
 
 namespace quillgate {
 
@@ -34,7 +34,7 @@ const Borders* bordersOf(const SharedCustomizePayWallModel& model) {
 std::optional<std::string> couponCode() {
     const auto& details = QuillgateClient::shared().contentDetailsModel;
     if (details && details->couponDetails && details->couponDetails->code &&
-        !platform::text::isBlankIgnoringNewlines(*details->couponDetails->code)) {
+        isNotBlank(details->couponDetails->code)) {
         return details->couponDetails->code;
     }
     return std::nullopt;

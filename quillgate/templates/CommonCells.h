@@ -5,7 +5,7 @@
 #include <string>
 
 #include "quillgate/records/PaywallRecords.h"
-#include "quillgate/ui/Button.h"
+#include "quillgate/resources/CustomButton.h"
 #include "quillgate/ui/Label.h"
 #include "quillgate/ui/LayoutConstraint.h"
 #include "quillgate/ui/Outlet.h"
@@ -62,7 +62,7 @@ class CommonFooterTableViewCell : public ui::TableViewCell {
     ui::Outlet<ui::View> loginView;
     ui::Outlet<ui::View> btnContainerView;
     ui::Outlet<ui::LayoutConstraint> stackHeight;
-    ui::Outlet<ui::Button> btnSubscribe;
+    ui::Outlet<CustomButton> btnSubscribe;
     ui::Outlet<ui::Label> lblHaveCoupon;
     ui::Outlet<ui::Label> lblAlreadyPurchase;
     ui::Outlet<ui::Label> lblClickHere;

@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include "quillgate/resources/CustomButton.h"
+#include "quillgate/resources/CustomTableView.h"
 #include "quillgate/templates/BaseViewController.h"
 #include "quillgate/templates/CTA3ViewController.h"
 #include "quillgate/templates/CommonCells.h"
@@ -62,7 +64,7 @@ class CardSceneView : public ui::View {
 std::shared_ptr<ui::View> cardScene(ui::Responder* owner) {
     auto root = std::make_shared<CardSceneView>();
     root->setFrame(ui::Rect(0, 0, 390, 844));
-    auto table = std::make_shared<ui::TableView>(ui::Rect(0, 544, 390, 300));
+    auto table = std::make_shared<CustomTableView>(ui::Rect(0, 544, 390, 300));
     table->setBackgroundColor(ui::Color::white());
     table->layer().cornerRadius = 16;
     table->layer().maskedCorners = ui::minXMinYCorner | ui::maxXMinYCorner;
@@ -114,8 +116,8 @@ std::shared_ptr<ui::View> box(const std::shared_ptr<ui::View>& parent) {
 }
 
 // A transparent button over a whole box: the box is what the reader sees and taps.
-std::shared_ptr<ui::Button> overlayButton(const std::shared_ptr<ui::View>& parent) {
-    auto b = std::make_shared<ui::Button>(ui::ButtonType::custom);
+std::shared_ptr<CustomButton> overlayButton(const std::shared_ptr<ui::View>& parent) {
+    auto b = std::make_shared<CustomButton>(ui::ButtonType::custom);
     parent->addSubview(b);
     return b;
 }
@@ -157,7 +159,7 @@ std::shared_ptr<ui::View> footerCell(ui::Responder*) {
     container->setBackgroundColor(ui::Color::black());
     container->layer().cornerRadius = 5;
     cell->btnContainerView = container;
-    auto button = std::make_shared<ui::Button>(ui::ButtonType::custom);
+    auto button = std::make_shared<CustomButton>(ui::ButtonType::custom);
     button->setTitleColor(ui::Color::white());
     container->addSubview(button);
     cell->btnSubscribe = button;
@@ -196,7 +198,7 @@ struct PriceBox {
     std::shared_ptr<ui::View> frame;
     std::shared_ptr<ui::Label> title;
     std::shared_ptr<ui::Label> price;
-    std::shared_ptr<ui::Button> button;
+    std::shared_ptr<CustomButton> button;
 };
 
 PriceBox priceBox(const std::shared_ptr<ui::View>& row) {
