@@ -5,7 +5,7 @@
 JOBS ?= $(shell nproc)
 
 demo: build-release
-	./build/bin/quillgate demo
+	./build/bin/quillgate demo --pictures build/demo/
 
 test: build-dev
 	ctest --preset dev -j $(JOBS)

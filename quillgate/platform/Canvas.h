@@ -1,5 +1,8 @@
 #pragma once
 
+#include <filesystem>
+#include <functional>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -83,5 +86,27 @@ class Canvas {
     // corner at (x, y).
     virtual void drawText(const TextBlock& block, double x, double y, double width) = 0;
 };
+
+// A canvas that draws into an image in memory: `width` x `height` points at `scale` pixels per
+// point, transparent to begin with. It writes the picture as a PNG file and reads single
+// pixels back, so that tests can probe what was drawn.
+class ImageCanvas : public Canvas {
+  public:
+    // The picture's size in pixels (the points times the scale, rounded up).
+    virtual int pixelWidth() const = 0;
+    virtual int pixelHeight() const = 0;
+    virtual double scale() const = 0;
+    // The colour of the pixel under the point (x, y), not premultiplied; transparent black
+    // outside the picture.
+    virtual Rgba pixel(double x, double y) const = 0;
+    // Writes the picture as a PNG file. False (with nothing written) when the file cannot be
+    // written.
+    virtual bool writePng(const std::filesystem::path& file) const = 0;
+};
+
+// Makes an image canvas (see Platform::makeImageCanvas). Sizes of zero or less, or a picture
+// too large to allocate, give a canvas of one pixel that draws nothing useful but never fails.
+using ImageCanvasFactory =
+    std::function<std::unique_ptr<ImageCanvas>(double width, double height, double scale)>;
 
 }  // namespace quillgate::platform

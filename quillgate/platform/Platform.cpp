@@ -33,7 +33,7 @@ void install(std::shared_ptr<Platform> platform) {
     }
     const bool complete = platform->clock && platform->runLoop && platform->http &&
                           platform->defaults && platform->reachability && platform->fonts &&
-                          platform->logSink && platform->makeUuid &&
+                          platform->logSink && platform->makeUuid && platform->makeImageCanvas &&
                           !platform->documentsDirectory.empty();
     if (!complete) {
         auto fallback = makeLinuxPlatform(platform->stateDirectory);
@@ -62,6 +62,8 @@ void install(std::shared_ptr<Platform> platform) {
             platform->logSink = fallback->logSink;
         if (!platform->makeUuid)
             platform->makeUuid = fallback->makeUuid;
+        if (!platform->makeImageCanvas)
+            platform->makeImageCanvas = fallback->makeImageCanvas;
     }
     setSink(platform->logSink);
     slot() = std::move(platform);

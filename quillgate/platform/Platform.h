@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "quillgate/platform/Canvas.h"
 #include "quillgate/platform/Clock.h"
 #include "quillgate/platform/Device.h"
 #include "quillgate/platform/FontSystem.h"
@@ -32,6 +33,8 @@ struct Platform {
     std::filesystem::path documentsDirectory;
     LogSink logSink;
     std::function<std::string()> makeUuid;  // a random UUID, upper-case text
+    // Pictures of the view tree: an image canvas of a size in points and a scale.
+    ImageCanvasFactory makeImageCanvas;
 };
 
 // Installs `platform` as the process's platform. Missing pieces are filled from the Linux
@@ -43,7 +46,7 @@ bool isInstalled();
 
 // The Linux platform: system clock, curl session, file-backed defaults and documents under
 // `stateDirectory` (default: $XDG_DATA_HOME/quillgate, else ~/.local/share/quillgate),
-// rtnetlink reachability, fontconfig fonts, libuuid, standard output. Defined in
+// rtnetlink reachability, fontconfig fonts, libuuid, standard output, Cairo pictures. Defined in
 // platform/linux.
 std::shared_ptr<Platform> makeLinuxPlatform(std::filesystem::path stateDirectory = {});
 

@@ -5,15 +5,17 @@
 
 #include "quillgate/ui/Geometry.h"
 
-// A text rendering of a view tree, for tools and test failure messages: one line per view,
-// indented two spaces per level, with the class name, tag, frame, hidden state, alpha,
-// background, identifier and the view's key texts (label text, button title, field text).
-// For example:
+// A text rendering of a view tree, for tools, tests and test failure messages: one line per
+// view, indented two spaces per level, with the class name, tag, identifier, frame, hidden
+// state, alpha, background, the layer's look where it has one (corner radius, masked corners,
+// border, shadow, clipping), the view's key texts (label text, button title, field text and
+// placeholder, image) and the font and colour its text is shown in. For example:
 //
-//   Window frame=(0 0; 390 844)
-//     View tag=9988 frame=(0 0; 390 844) controller=QuillgateStatusVC
-//       Label frame=(16 20; 358 24) text="Pay 10.0 to read now"
-//       Button frame=(16 60; 358 44) hidden title="Buy a pass"
+//   View tag=9988 frame=(0 0; 390 844) radius=12 controller=QuillgateStatusVC
+//     Label frame=(16 20; 358 24) text="Pay 10.0 to read now" font="Roboto-Bold 15"
+//       color=#000000                                       (one line)
+//     Button frame=(16 60; 358 44) hidden border=1 #CCCCCC title="Buy a pass"
+//       font=".SFUI-Regular 15" color=#007AFF               (one line)
 //
 // Pure; main thread only (it reads the tree).
 namespace quillgate::ui {
@@ -28,5 +30,8 @@ std::string describeTree(const std::shared_ptr<View>& root);
 std::string describeNumber(double value);
 std::string describeSize(Size size);
 std::string describeRect(const Rect& rect);
+// A font as its face name and size, quoted ("\"Roboto-Bold 15\"").
+struct Font;
+std::string describeFont(const Font& font);
 
 }  // namespace quillgate::ui

@@ -32,7 +32,7 @@ int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
             const DemoPorts& ports);
 
 // The options of `read`, one group per paragraph, for the usage texts.
-extern const char* const kReadOptionsHelp;
+std::string readOptionsHelp();
 
 // The names `decode --as` accepts, in the order the help lists them.
 std::vector<std::string> decodableRoots();

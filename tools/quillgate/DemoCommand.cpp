@@ -125,6 +125,7 @@ class Story {
 
         app_.printScreens();
         printRequests();
+        takePicture();
         if (const auto problem = chapter.check()) {
             app_.say("-- NOT AS EXPECTED: " + *problem);
             failures_.push_back("chapter " + std::to_string(number_) + " (" + chapter.title +
@@ -258,6 +259,9 @@ class Story {
         }
     }
 
+    // Where a picture of the window goes after each chapter; none when empty.
+    void setPicturesDirectory(fs::path directory) { pictures_ = std::move(directory); }
+
     HostApp& app() { return app_; }
     devserver::DevServer& server() { return server_; }
     const std::vector<std::string>& failures() const { return failures_; }
@@ -292,6 +296,18 @@ class Story {
         }
     }
 
+    void takePicture() {
+        if (pictures_.empty()) {
+            return;
+        }
+        const fs::path file = pictures_ / ("chapter-" + std::to_string(number_) + ".png");
+        if (app_.writeSnapshot(file) == HostApp::Snapshot::written) {
+            app_.say("picture: " + file.string());
+        } else {
+            app_.say("picture: cannot write " + file.string());
+        }
+    }
+
     bool dueSoon() const {
         const auto deadline = app_.loop().nextDeadline();
 
@@ -314,6 +330,7 @@ class Story {
     std::uint64_t markRequests_ = 0;
     std::size_t markEvents_ = 0;
     std::vector<std::string> failures_;
+    fs::path pictures_;
 };
 
 // Opens an article the way an application does: everything it knows about it, this host as
@@ -633,18 +650,38 @@ void printCollection(HostApp& app, devserver::DevServer& server) {
 
 int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
             const DemoPorts& ports) {
-    if (!args.empty()) {
-        if (args.front() == "--help" || args.front() == "-h") {
-            out << "usage: quillgate demo\n"
+    fs::path pictures;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        if (args[i] == "--help" || args[i] == "-h") {
+            out << "usage: quillgate demo [--pictures DIR]\n"
                    "\n"
                    "Starts the local access service on 127.0.0.1 (API 3001, web pages 3000,\n"
                    "collection 3002), runs the library in the local mode against it and walks a\n"
                    "reader through free, metered and locked articles. Prints what the library\n"
                    "printed, the host's delegate calls and the screen on show, chapter by\n"
-                   "chapter; exits 0 when every chapter went as expected.\n";
+                   "chapter; exits 0 when every chapter went as expected.\n"
+                   "\n"
+                   "  --pictures DIR   write a picture of the window after each chapter\n"
+                   "                   (DIR/chapter-N.png) and print its path\n";
             return 0;
         }
-        return usageError(err, "demo takes no arguments");
+        if (args[i] == "--pictures" && i + 1 < args.size() && !args[i + 1].empty()) {
+            pictures = args[++i];
+            continue;
+        }
+        if (args[i] == "--pictures") {
+            return usageError(err, "demo: --pictures needs a directory");
+        }
+        return usageError(err, "demo: unknown argument \"" + args[i] + "\"");
+    }
+    if (!pictures.empty()) {
+        std::error_code ec;
+        fs::create_directories(pictures, ec);
+        if (ec) {
+            err << "quillgate demo: cannot make the directory " << pictures.string() << ": "
+                << ec.message() << "\n";
+            return 1;
+        }
     }
 
     TemporaryDirectory state;
@@ -685,6 +722,7 @@ int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
             server.webBase() + ", collection " + server.collectUrl());
 
     Story story(app, server, *clock);
+    story.setPicturesDirectory(pictures);
     for (const auto& chapter : chapters(&story)) {
         story.run(chapter);
     }

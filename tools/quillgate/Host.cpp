@@ -29,7 +29,7 @@ void printUsage(std::ostream& out) {
            "  --help      print this help\n"
            "\n"
            "read options:\n"
-        << kReadOptionsHelp
+        << readOptionsHelp()
         << "\n"
            "serve options:\n"
         << devserver::kForegroundFlagsHelp

@@ -10,6 +10,8 @@
 #include "quillgate/platform/Reachability.h"
 #include "quillgate/service/Toast.h"
 #include "quillgate/ui/Application.h"
+#include "quillgate/ui/Renderer.h"
+#include "quillgate/ui/TreeDescription.h"
 #include "quillgate/ui/View.h"
 #include "quillgate/ui/ViewController.h"
 #include "quillgate/ui/Window.h"
@@ -34,6 +36,13 @@ std::string describeFloat(double value) {
     }
     return text;
 }
+
+namespace {
+// Work due later than this leaves the library settled (a ping in fifteen seconds); work due
+// sooner is part of what the library is still doing.
+constexpr auto kSettledAfter = std::chrono::milliseconds(500);
+constexpr auto kSettleSlice = std::chrono::milliseconds(100);
+}  // namespace
 
 // ---- Counting the transfers ------------------------------------------------------------------
 
@@ -247,6 +256,8 @@ HostApp::HostApp(std::ostream& out, HostSetup setup) : transcript_(out) {
     // A phone's key window; its root controller's view holds the article's parent view.
     auto root = ui::ViewController::create<ui::ViewController>();
     window_ = ui::Application::shared().showWindow(root);
+    // The article behind the walls is a white page.
+    root->view()->setBackgroundColor(ui::Color::white());
     parentView_ = std::make_shared<ui::View>(root->view()->bounds());
     root->view()->addSubview(parentView_);
 
@@ -320,6 +331,51 @@ bool HostApp::drainRequests(std::chrono::milliseconds limit) {
 
 void HostApp::runFor(std::chrono::milliseconds duration, const std::function<bool()>& until) {
     loop().runUntil([&] { return until && until(); }, duration);
+}
+
+bool HostApp::settled() const {
+    if (requestsInFlight() > 0) {
+        return false;
+    }
+    const auto deadline = platform::mainQueue().nextDeadline();
+    return !deadline || *deadline - platform::current().clock->now() > kSettledAfter;
+}
+
+bool HostApp::waitUntilSettled(std::chrono::milliseconds limit) {
+    // In slices: work falling due wakes the loop, but time passing until the next deadline is
+    // far enough away does not.
+    const auto giveUp = std::chrono::steady_clock::now() + limit;
+    while (!loop().runUntil([this] { return settled(); }, kSettleSlice)) {
+        if (std::chrono::steady_clock::now() >= giveUp) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool HostApp::wallIsUp() const {
+    return !parentView_->subviews().empty() || window_->subviews().size() > 1;
+}
+
+HostApp::Snapshot HostApp::writeSnapshot(const std::filesystem::path& file, double scale) {
+    const auto window = ui::Application::shared().keyWindow();
+    if (!window) {
+        return Snapshot::noWindow;
+    }
+    window->layoutIfNeeded();
+    return ui::writePicture(*window, file, scale) ? Snapshot::written : Snapshot::notWritten;
+}
+
+std::vector<std::string> HostApp::treeLines() const {
+    std::vector<std::string> lines;
+    const std::string text = ui::describeTree(parentView_);
+    std::size_t start = 0;
+    while (start < text.size()) {
+        const auto end = text.find('\n', start);
+        lines.push_back(text.substr(start, end - start));
+        start = end == std::string::npos ? text.size() : end + 1;
+    }
+    return lines;
 }
 
 std::vector<std::string> HostApp::screens() const {

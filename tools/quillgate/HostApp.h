@@ -114,6 +114,21 @@ class HostApp {
     // Runs the main loop for `duration` of wall time, or until `until` is true.
     void runFor(std::chrono::milliseconds duration, const std::function<bool()>& until = {});
 
+    // Settled: no transfer under way and nothing due on the main queue within half a second.
+    bool settled() const;
+    // Runs the main loop until it has settled, or `limit` of wall time has passed. Returns
+    // whether it settled.
+    bool waitUntilSettled(std::chrono::milliseconds limit);
+    // Something covers the article: a view in parentView or a controller presented over the
+    // window's root.
+    bool wallIsUp() const;
+
+    // A picture of the key window at `scale` pixels per point, as a PNG file.
+    enum class Snapshot { written, noWindow, notWritten };
+    Snapshot writeSnapshot(const std::filesystem::path& file, double scale = 2);
+    // The tree of parentView, one line per view (see ui::describeTree).
+    std::vector<std::string> treeLines() const;
+
     // One line per view in parentView: its controller's class name when the view is a
     // controller's root view, else the view's, then its tag ("CTA3ViewController tag 9988").
     std::vector<std::string> screens() const;

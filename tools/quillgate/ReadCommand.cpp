@@ -9,8 +9,10 @@
 
 #include "quillgate/client/QuillgateClient.h"
 #include "quillgate/platform/Url.h"
+#include "tools/devserver/DevServer.h"
 #include "tools/quillgate/Commands.h"
 #include "tools/quillgate/HostApp.h"
+#include "tools/quillgate/ReaderActions.h"
 
 namespace quillgate::host {
 
@@ -21,6 +23,12 @@ namespace {
 constexpr std::chrono::seconds kDrainLimit{3};
 // Longest --run-for accepted: a day.
 constexpr double kLongestRun = 24 * 60 * 60;
+// How long each reader action waits for the library to settle once the run's time is used up.
+constexpr std::chrono::seconds kActionSettleLimit{3};
+// With no wall up, the run ends once nothing is in flight and nothing is due this soon (a
+// wall shown after a delay of a few seconds is still to come).
+constexpr auto kQuietFor = std::chrono::seconds(6);
+constexpr auto kSlice = std::chrono::milliseconds(100);
 
 struct ReadOptions {
     std::optional<std::string> clientId;
@@ -43,6 +51,10 @@ struct ReadOptions {
     bool debug = false;
     bool subscriptions = false;
     double runFor = 5;
+    std::vector<ParsedAction> actions;
+    std::optional<std::filesystem::path> snapshot;
+    double scale = 2;
+    bool tree = false;
 };
 
 enum class Parsed { run, help, usage };
@@ -98,12 +110,14 @@ Parsed parseReadArguments(const std::vector<std::string>& args, ReadOptions& opt
         if (name == "--help" || name == "-h") {
             return Parsed::help;
         }
-        if (name == "--debug" || name == "--subscriptions") {
+        if (name == "--debug" || name == "--subscriptions" || name == "--tree") {
             if (inlineValue) {
                 error = name + " takes no value";
                 return Parsed::usage;
             }
-            (name == "--debug" ? options.debug : options.subscriptions) = true;
+            (name == "--debug"  ? options.debug
+             : name == "--tree" ? options.tree
+                                : options.subscriptions) = true;
             continue;
         }
         if (name.rfind("--", 0) != 0) {
@@ -195,6 +209,26 @@ Parsed parseReadArguments(const std::vector<std::string>& args, ReadOptions& opt
                 return Parsed::usage;
             }
             options.runFor = *seconds;
+        } else if (name == "--do") {
+            auto action = parseReaderAction(value, error);
+            if (!action) {
+                error = "--do: " + error;
+                return Parsed::usage;
+            }
+            options.actions.push_back(std::move(*action));
+        } else if (name == "--snapshot") {
+            if (value.empty()) {
+                error = "--snapshot needs a file name";
+                return Parsed::usage;
+            }
+            options.snapshot = value;
+        } else if (name == "--scale") {
+            const auto scale = parseSeconds(value);
+            if (!scale || *scale < 0.5 || *scale > 4) {
+                error = "--scale needs a number from 0.5 to 4, not \"" + value + "\"";
+                return Parsed::usage;
+            }
+            options.scale = *scale;
         } else {
             error = "unknown option \"" + name + "\"";
             return Parsed::usage;
@@ -212,9 +246,19 @@ Parsed parseReadArguments(const std::vector<std::string>& args, ReadOptions& opt
 }
 
 // The deployment table with the given entries replaced for the chosen mode; the font hosts
-// are the same for every mode.
+// are the same for every mode. In the local mode the host also points the collection address
+// and both font hosts at the local access service on its usual ports (the library's own table
+// sends local events to the staging collector and fonts to the public hosts): `quillgate
+// serve` plus `quillgate read` then stay on this machine.
 void applyAddresses(const ReadOptions& options, Deployment& deployment) {
     ServiceAddresses& addresses = deployment.addresses(options.mode);
+    if (options.mode == Mode::local) {
+        const devserver::DevServer::Options ports;
+        const std::string host = "http://127.0.0.1:";
+        addresses.collectionAddress = host + std::to_string(ports.collectPort) + "/collect/event";
+        deployment.webFontHost = host + std::to_string(ports.webPort) + "/fonts/";
+        deployment.sourceRepositoryHost = host + std::to_string(ports.collectPort) + "/repo/";
+    }
     if (options.apiBase) {
         addresses.apiBase = withoutTrailingSlash(*options.apiBase);
     }
@@ -234,7 +278,7 @@ void applyAddresses(const ReadOptions& options, Deployment& deployment) {
 
 }  // namespace
 
-const char* const kReadOptionsHelp =
+constexpr const char* kReadOptionsHelp =
     "  the article:\n"
     "    --title TEXT  --url URL  --content-url URL  --author NAME\n"
     "    --category NAME  --section NAME  --tag NAME   (each may be given again)\n"
@@ -249,7 +293,15 @@ const char* const kReadOptionsHelp =
     "    --client-user-id ID   setClientUserId before the article\n"
     "    --debug               debugMode on (failures show a toast)\n"
     "    --subscriptions       initSubscriptions instead of showPayWall\n"
-    "    --run-for SECONDS     run the main loop this long (default 5), then exitSDK()\n";
+    "    --run-for SECONDS     run the main loop at most this long (default 5), then exitSDK();\n"
+    "                          a run with no wall up ends once the library has settled\n"
+    "  the reader (the actions run in order once the library has settled):\n"
+    "    --do ACTION           may be given again; ACTION is one of\n"
+    "%ACTIONS%"
+    "    --snapshot FILE.png   a picture of the key window at the end, the wall still up\n"
+    "    --scale N             pixels per point of the pictures (default 2)\n"
+    "    --tree                print the views in parentView (\"tree: \" lines) and the\n"
+    "                          client's paywall height at the end\n";
 
 int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
             const HostSetup& base) {
@@ -259,7 +311,7 @@ int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostrea
         case Parsed::help:
             out << "usage: quillgate read --client-id ID --content-id ID [options]\n\n"
                 << "options:\n"
-                << kReadOptionsHelp;
+                << readOptionsHelp();
             return 0;
         case Parsed::usage:
             return usageError(err, "read: " + error);
@@ -291,17 +343,74 @@ int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostrea
                            app.completionDelegate(), app.subscribeDelegate(), app.signInDelegate());
     }
 
-    std::function<bool()> finishedEarly;
-    if (base.finishedEarly) {
-        finishedEarly = [&] { return base.finishedEarly(app); };
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::milliseconds>(
+                                               std::chrono::duration<double>(options.runFor));
+    const auto timeLeft = [&] {
+        return std::max(std::chrono::milliseconds(0),
+                        std::chrono::duration_cast<std::chrono::milliseconds>(
+                            deadline - std::chrono::steady_clock::now()));
+    };
+    const auto finishedEarly = [&] { return base.finishedEarly && base.finishedEarly(app); };
+
+    // The library opens the article; the reader's actions wait until it has settled.
+    if (!options.actions.empty()) {
+        app.runFor(timeLeft(), [&] { return finishedEarly() || app.settled(); });
     }
-    app.runFor(std::chrono::duration_cast<std::chrono::milliseconds>(
-                   std::chrono::duration<double>(options.runFor)),
-               finishedEarly);
+    bool allDone = true;
+    for (const auto& action : options.actions) {
+        app.waitUntilSettled(std::max(timeLeft(), std::chrono::milliseconds(kActionSettleLimit)));
+        allDone = runReaderAction(app, action) == ActionOutcome::done && allDone;
+    }
+    // Then the run goes on until its time is up, unless nothing covers the article and the
+    // library has nothing more to do.
+    auto quietSince = std::chrono::steady_clock::now();
+    const auto over = [&] {
+        if (finishedEarly()) {
+            return true;
+        }
+        const auto now = std::chrono::steady_clock::now();
+        const auto next = app.loop().nextDeadline();
+        const bool quiet = app.requestsInFlight() == 0 &&
+                           (!next || *next - platform::current().clock->now() > kQuietFor);
+        if (!quiet || app.wallIsUp()) {
+            quietSince = now;
+            return false;
+        }
+        return now - quietSince >= kSlice;
+    };
+    while (timeLeft().count() > 0 && !app.loop().runUntil(over, std::min(timeLeft(), kSlice))) {
+    }
+
+    if (options.snapshot) {
+        const auto written = app.writeSnapshot(*options.snapshot, options.scale);
+        if (written == HostApp::Snapshot::written) {
+            app.say("picture: " + options.snapshot->string());
+        } else {
+            err << "quillgate read: cannot write the picture " << options.snapshot->string()
+                << "\n";
+            allDone = false;
+        }
+    }
+    if (options.tree) {
+        for (const auto& line : app.treeLines()) {
+            app.say("tree: " + line);
+        }
+        app.say("client: paywallHeight " + describeFloat(client.paywallHeight));
+    }
     client.exitSDK();
     app.drainRequests(kDrainLimit);
     app.printScreens();
-    return 0;
+    return allDone ? 0 : 1;
+}
+
+std::string readOptionsHelp() {
+    std::string text = kReadOptionsHelp;
+    const std::string marker = "%ACTIONS%";
+    if (const auto at = text.find(marker); at != std::string::npos) {
+        text.replace(at, marker.size(), readerActionsHelp());
+    }
+    return text;
 }
 
 int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {

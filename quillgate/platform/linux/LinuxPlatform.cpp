@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "quillgate/platform/Platform.h"
+#include "quillgate/platform/linux/CairoCanvas.h"
 #include "quillgate/platform/linux/CurlHttpSession.h"
 #include "quillgate/platform/linux/FileKeyValueStore.h"
 #include "quillgate/platform/linux/FontconfigFontSystem.h"
@@ -76,6 +77,9 @@ std::shared_ptr<Platform> makeLinuxPlatform(fs::path stateDirectory) {
     platform->device = deviceInfo();
     platform->logSink = standardOutputSink();
     platform->makeUuid = randomUuid;
+    platform->makeImageCanvas = [](double width, double height, double scale) {
+        return std::make_unique<CairoCanvas>(width, height, scale, nullptr);
+    };
     return platform;
 }
 

@@ -210,7 +210,8 @@ TEST(Host, UsageErrorsRunNothing) {
         {{}, "a command is needed"},
         {{"frobnicate"}, "unknown command \"frobnicate\""},
         {{"--version", "x"}, "--version takes no arguments"},
-        {{"demo", "--fast"}, "demo takes no arguments"},
+        {{"demo", "--fast"}, "demo: unknown argument \"--fast\""},
+        {{"demo", "--pictures"}, "demo: --pictures needs a directory"},
         {{"decode", "--as", "LogoutModel", missing}, "cannot read \"" + missing + "\""},
         {{"decode", "--as", "LogoutModel", kRecords}, "cannot read"},
         {{"decode", "--as", "Nope", "-"}, "\"Nope\" (one of UserJourneyModel"},
@@ -243,6 +244,14 @@ TEST(Host, UsageErrorsRunNothing) {
         {{"--debug=yes"}, "--debug takes no value"},
         {{"--colour", "red"}, "unknown option"},
         {{"extra"}, "unexpected argument"},
+        {{"--do", "jump 3"}, "--do: unknown action \"jump 3\" (actions: tap, type, scroll"},
+        {{"--do", "tap"}, "--do: \"tap TEXT\" needs its TEXT"},
+        {{"--do", "scroll 120"}, "--do: \"scroll PERCENT\" needs a number from 0 to 100"},
+        {{"--do", "wait soon"}, "--do: \"wait SECONDS\" needs a number of seconds"},
+        {{"--do", "snapshot  "}, "--do: \"snapshot FILE.png\" needs its FILE.png"},
+        {{"--snapshot", ""}, "--snapshot needs a file name"},
+        {{"--scale", "9"}, "--scale needs a number from 0.5 to 4"},
+        {{"--tree=1"}, "--tree takes no value"},
     };
     for (const auto& [options, message] : readCases) {
         std::vector<std::string> args = {"read", "--client-id", "c", "--content-id", "a"};

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "quillgate/platform/Image.h"
 #include "quillgate/ui/View.h"
 #include "tests/support/FontFiles.h"
 #include "tests/support/LocalService.h"
@@ -152,6 +153,35 @@ TEST_F(ReadCommandTest, LockedArticleShowsItsTemplateAfterContentConfigurationAn
     EXPECT_THAT(run.startingWith("screen: "), ElementsAre("screen: CTA3ViewController tag 9988"));
     // The fonts came from the hosts the options named, into the state directory.
     EXPECT_TRUE(fs::exists(state / "Documents" / "Roboto-Regular.ttf"));
+}
+
+TEST_F(ReadCommandTest, ActionsPictureAndTreeComeWithTheWallStillUp) {
+    const fs::path picture = state / "wall.png";
+    const ReadRun run = read("premium-3a", showsAScreen,
+                             {"--do", "scroll 30", "--do", "tap Nothing like this", "--snapshot",
+                              picture.string(), "--tree", "--scale", "1"});
+
+    // The tap found nothing: said so, and the run ends with status 1 after doing the rest.
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.startingWith("reader: "),
+                ElementsAre("reader: scroll 30", "reader: tap Nothing like this",
+                            "reader: nothing to tap Nothing like this on screen"));
+    EXPECT_LT(run.indexOf("reader: scroll 30"), run.indexOf("picture: " + picture.string()));
+    // The tree of parentView: the wall's root fills it; then the paywall height, all before
+    // the exit and the screen lines.
+    const auto tree = run.startingWith("tree: ");
+    ASSERT_GE(tree.size(), 2u);
+    EXPECT_THAT(tree[0], ::testing::StartsWith("tree: View frame=(0 0; 390 844)"));
+    EXPECT_THAT(tree[1], ::testing::StartsWith("tree:   View tag=9988 frame=(0 0; 390 844)"));
+    EXPECT_THAT(tree[1], HasSubstr("controller=CTA3ViewController"));
+    EXPECT_THAT(run.startingWith("client: "),
+                ElementsAre(::testing::StartsWith("client: paywallHeight ")));
+    EXPECT_LT(run.indexOf(tree[0]), run.indexOf("screen: CTA3ViewController tag 9988"));
+    // The picture is the window's size at the asked scale.
+    const auto size = quillgate::platform::imageSize(quillgate::testing::fileContent(picture));
+    ASSERT_TRUE(size);
+    EXPECT_EQ(size->width, 390);
+    EXPECT_EQ(size->height, 844);
 }
 
 TEST_F(ReadCommandTest, SubscriptionsOpenTheSubscriptionScreenWithoutAJourney) {

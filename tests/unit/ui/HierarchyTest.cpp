@@ -213,6 +213,11 @@ TEST_F(HierarchyTest, TreeTextHasOneIndentedLinePerViewWithItsKeyTexts) {
     label->setFrame(Rect(16, 20, 358, 24));
     auto button = std::make_shared<Button>(Rect(16, 60, 358, 44));
     button->setTitle("Buy a pass");
+    button->layer().cornerRadius = 8;
+    button->layer().maskedCorners = minXMinYCorner | maxXMinYCorner;
+    button->layer().borderWidth = 1;
+    button->layer().borderColor = Color::red();
+    button->setClipsToBounds(true);
     button->setHidden(true);
     button->setEnabled(false);
     auto field = std::make_shared<TextField>();
@@ -225,10 +230,12 @@ TEST_F(HierarchyTest, TreeTextHasOneIndentedLinePerViewWithItsKeyTexts) {
 
     EXPECT_EQ(describeTree(root),
               "View tag=9988 frame=(0 0; 390 453.5) bg=#707070B3 controller=QuillgateStatusVC\n"
-              "  Label frame=(16 20; 358 24) text=\"Pay Optional(\\\"₹\\\")10.0 to read now\"\n"
-              "  Button frame=(16 60; 358 44) hidden title=\"Buy a pass\" disabled\n"
+              "  Label frame=(16 20; 358 24) text=\"Pay Optional(\\\"₹\\\")10.0 to read now\" "
+              "font=\".SFUI-Regular 17\" color=#000000\n"
+              "  Button frame=(16 60; 358 44) hidden radius=8 corners=3 border=1 #FF0000 clips "
+              "title=\"Buy a pass\" disabled font=\".SFUI-Regular 15\" color=#007AFF\n"
               "    TextField id=email frame=(0 0; 0 0) alpha=0.5 text=\"\" "
-              "placeholder=\"Email Id\"\n");
+              "placeholder=\"Email Id\" font=\".SFUI-Regular 17\" color=#000000\n");
     EXPECT_EQ(describeTree(nullptr), "(no view)\n");
 }
 
