@@ -33,7 +33,8 @@ void install(std::shared_ptr<Platform> platform) {
     }
     const bool complete = platform->clock && platform->runLoop && platform->http &&
                           platform->defaults && platform->reachability && platform->fonts &&
-                          platform->logSink && platform->makeUuid && platform->makeImageCanvas &&
+                          platform->textLayout && platform->logSink && platform->makeUuid &&
+                          platform->makeImageCanvas &&
                           !platform->documentsDirectory.empty();
     if (!complete) {
         auto fallback = makeLinuxPlatform(platform->stateDirectory);
@@ -51,6 +52,8 @@ void install(std::shared_ptr<Platform> platform) {
             platform->reachability = fallback->reachability;
         if (!platform->fonts)
             platform->fonts = fallback->fonts;
+        if (!platform->textLayout)
+            platform->textLayout = fallback->textLayout;
         if (platform->device.model.empty())
             platform->device = fallback->device;
         if (platform->stateDirectory.empty())

@@ -14,6 +14,7 @@
 #include "quillgate/platform/Log.h"
 #include "quillgate/platform/Reachability.h"
 #include "quillgate/platform/RunLoop.h"
+#include "quillgate/platform/TextLayout.h"
 
 namespace quillgate::platform {
 
@@ -28,6 +29,9 @@ struct Platform {
     std::shared_ptr<KeyValueStore> defaults;  // the user defaults
     std::shared_ptr<Reachability> reachability;
     std::shared_ptr<FontSystem> fonts;
+    // Measures (and, through a canvas, draws) styled text; main thread only. The Linux
+    // default sets text over the font system's configuration, so registered faces show.
+    std::shared_ptr<TextLayout> textLayout;
     DeviceInfo device;
     std::filesystem::path stateDirectory;
     std::filesystem::path documentsDirectory;
@@ -46,7 +50,8 @@ bool isInstalled();
 
 // The Linux platform: system clock, curl session, file-backed defaults and documents under
 // `stateDirectory` (default: $XDG_DATA_HOME/quillgate, else ~/.local/share/quillgate),
-// rtnetlink reachability, fontconfig fonts, libuuid, standard output, Cairo pictures. Defined in
+// rtnetlink reachability, fontconfig fonts, Pango text layout, libuuid, standard output, Cairo
+// pictures. Defined in
 // platform/linux.
 std::shared_ptr<Platform> makeLinuxPlatform(std::filesystem::path stateDirectory = {});
 
@@ -59,6 +64,9 @@ inline KeyValueStore& userDefaults() {
 }
 inline std::string makeUuid() {
     return current().makeUuid();
+}
+inline TextLayout& textLayout() {
+    return *current().textLayout;
 }
 
 // Starting over from a clean process state (tests, and hosts that re-create the library):

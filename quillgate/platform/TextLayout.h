@@ -44,13 +44,13 @@ enum class TextLineStyle { none = 0, single = 1, thick = 2, double_ = 9 };
 struct TextRun {
     std::size_t location = 0;
     std::size_t length = 0;
-    TextFont font;
-    Rgba color;
-    std::optional<Rgba> backgroundColor;
+    TextFont font{};
+    Rgba color{};
+    std::optional<Rgba> backgroundColor{};
     TextLineStyle underline = TextLineStyle::none;
-    std::optional<Rgba> underlineColor;  // absent: the run's colour
+    std::optional<Rgba> underlineColor{};  // absent: the run's colour
     TextLineStyle strikethrough = TextLineStyle::none;
-    std::optional<Rgba> strikethroughColor;  // absent: the run's colour
+    std::optional<Rgba> strikethroughColor{};  // absent: the run's colour
     friend bool operator==(const TextRun&, const TextRun&) = default;
 };
 

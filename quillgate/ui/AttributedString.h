@@ -17,6 +17,17 @@ namespace quillgate::ui {
 // Horizontal alignment of text, with the original platform's numbering.
 enum class TextAlignment { left = 0, center = 1, right = 2, justified = 3, natural = 4 };
 
+// What a label does with text that does not fit, with the original platform's numbering:
+// wrap by words or characters, clip, or cut the last line with an ellipsis.
+enum class LineBreakMode {
+    byWordWrapping = 0,
+    byCharWrapping = 1,
+    byClipping = 2,
+    byTruncatingHead = 3,
+    byTruncatingTail = 4,
+    byTruncatingMiddle = 5
+};
+
 // Values of the underline and strike-through attributes.
 enum class LineStyle { none = 0, single = 1, thick = 2, double_ = 9 };
 

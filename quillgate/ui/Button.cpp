@@ -21,6 +21,7 @@ Button::Button(ButtonType type) : Button(Rect(), type) {}
 Button::Button(Rect frame, ButtonType type)
     : Control(frame), type_(type), titleLabel_(std::make_shared<Label>()) {
     titleLabel_->setFont(Font::system(type == ButtonType::system ? 15 : 18));
+    titleLabel_->setLineBreakMode(LineBreakMode::byTruncatingMiddle);
 }
 
 Button::~Button() = default;

@@ -41,6 +41,17 @@ Label::Label(std::string text) : Label() {
 void Label::setText(std::string text) {
     text_ = std::move(text);
     attributed_.reset();
+    invalidateIntrinsicContentSize();
+}
+
+void Label::setNumberOfLines(int lines) {
+    numberOfLines_ = lines;
+    invalidateIntrinsicContentSize();
+}
+
+void Label::setLineBreakMode(LineBreakMode mode) {
+    lineBreakMode_ = mode;
+    invalidateIntrinsicContentSize();
 }
 
 AttributedString Label::attributedText() const {
@@ -57,10 +68,12 @@ void Label::setAttributedText(std::optional<AttributedString> text) {
     if (!text) {
         attributed_.reset();
         text_.clear();
+        invalidateIntrinsicContentSize();
         return;
     }
     text_ = text->string();
     attributed_ = std::move(text);
+    invalidateIntrinsicContentSize();
 }
 
 void Label::setFont(Font font) {
@@ -70,6 +83,7 @@ void Label::setFont(Font font) {
         attrs.font = font_;
         attributed_->addAttributes(attrs, attributed_->fullRange());
     }
+    invalidateIntrinsicContentSize();
 }
 
 void Label::setTextColor(Color color) {

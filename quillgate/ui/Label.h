@@ -35,8 +35,13 @@ class Label : public View {
     void setTextColor(Color color);
     TextAlignment textAlignment() const { return alignment_; }
     void setTextAlignment(TextAlignment alignment) { alignment_ = alignment; }
+    // 0: as many lines as the text needs.
     int numberOfLines() const { return numberOfLines_; }
-    void setNumberOfLines(int lines) { numberOfLines_ = lines; }
+    void setNumberOfLines(int lines);
+    // Text wraps by words onto as many lines as it may have; the last line that fits is cut
+    // at its tail with an ellipsis (the default) or as the mode says.
+    LineBreakMode lineBreakMode() const { return lineBreakMode_; }
+    void setLineBreakMode(LineBreakMode mode);
     bool adjustsFontSizeToFitWidth() const { return adjustsFontSizeToFitWidth_; }
     void setAdjustsFontSizeToFitWidth(bool on) { adjustsFontSizeToFitWidth_ = on; }
     bool adjustsFontForContentSizeCategory() const { return adjustsForContentSize_; }
@@ -51,6 +56,7 @@ class Label : public View {
     Color textColor_ = Color::label();
     TextAlignment alignment_ = TextAlignment::natural;
     int numberOfLines_ = 1;
+    LineBreakMode lineBreakMode_ = LineBreakMode::byTruncatingTail;
     bool adjustsFontSizeToFitWidth_ = false;
     bool adjustsForContentSize_ = false;
 };

@@ -262,6 +262,13 @@ void View::setCenter(Point c) {
         Rect(c.x - frame_.width() / 2, c.y - frame_.height() / 2, frame_.width(), frame_.height()));
 }
 
+void View::invalidateIntrinsicContentSize() {
+    setNeedsLayout();
+    if (auto parent = superview()) {
+        parent->setNeedsLayout();
+    }
+}
+
 Size View::sizeThatFits(Size fitting) const {
     (void)fitting;
     return frame_.size;

@@ -212,6 +212,9 @@ class View : public Responder,
     virtual void describeAttributes(std::vector<std::string>& out) const;
 
   protected:
+    // The content that sets this view's fitting size changed (a label's text or font): the
+    // view and its superview are laid out again.
+    void invalidateIntrinsicContentSize();
     // Runs the key-value observers of `keyPath` while keeping this view alive.
     void notifyObservers(const std::string& keyPath, const std::any& newValue,
                          const std::any& oldValue);

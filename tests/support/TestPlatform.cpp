@@ -43,6 +43,8 @@ TestPlatform::TestPlatform() {
     platform_->reachability = reachability_;
     fonts_ = std::make_shared<FakeFontSystem>();
     platform_->fonts = fonts_;
+    textLayout_ = std::make_shared<FixedAdvanceTextLayout>();
+    platform_->textLayout = textLayout_;
     platform_->device = platform::DeviceInfo{"x86_64", "Linux", "6.1.0"};
 
     std::random_device rd;

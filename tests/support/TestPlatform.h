@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "quillgate/platform/Platform.h"
+#include "tests/support/FixedAdvanceTextLayout.h"
 #include "tests/support/ScriptedHttpSession.h"
 
 namespace quillgate::testing {
@@ -29,9 +30,10 @@ class FakeFontSystem final : public platform::FontSystem {
 
 // Starts a test from a clean process state and installs a platform made for tests: a manual
 // clock, a run loop on it, a scripted HTTP session, user defaults in memory, a network that is
-// up, a fake font system, a fresh temporary state directory, predictable UUIDs, and a log sink
-// that keeps every printed line. Its destructor resets the process state again and removes the
-// directory. Construct one per test (typically as a fixture member), on the main thread.
+// up, a fake font system, a fixed-advance text layout (exact text sizes on any machine), a
+// fresh temporary state directory, predictable UUIDs, and a log sink that keeps every printed
+// line. Its destructor resets the process state again and removes the directory. Construct one
+// per test (typically as a fixture member), on the main thread.
 class TestPlatform {
   public:
     TestPlatform();
@@ -46,6 +48,7 @@ class TestPlatform {
     platform::MemoryKeyValueStore& defaults() { return *defaults_; }
     platform::FixedReachability& reachability() { return *reachability_; }
     FakeFontSystem& fonts() { return *fonts_; }
+    FixedAdvanceTextLayout& textLayout() { return *textLayout_; }
     const std::filesystem::path& stateDirectory() const { return platform_->stateDirectory; }
 
     // Replaces the HTTP session (e.g. with the real curl session for integration tests).
@@ -73,6 +76,7 @@ class TestPlatform {
     std::shared_ptr<platform::MemoryKeyValueStore> defaults_;
     std::shared_ptr<platform::FixedReachability> reachability_;
     std::shared_ptr<FakeFontSystem> fonts_;
+    std::shared_ptr<FixedAdvanceTextLayout> textLayout_;
     mutable std::mutex linesMutex_;
     std::vector<std::string> lines_;
     int uuidCounter_ = 0;

@@ -156,9 +156,19 @@ bool FontconfigFontSystem::registerFontFile(const std::filesystem::path& file) {
     if (config_ == nullptr) {
         return false;
     }
+    const auto canonical = std::filesystem::weakly_canonical(file, ec);
+    if (!ec && files_.count(canonical) != 0) {
+        return true;
+    }
     // False for a file that holds no font fontconfig can read.
-    return FcConfigAppFontAddFile(config_, reinterpret_cast<const FcChar8*>(file.c_str())) ==
-           FcTrue;
+    if (FcConfigAppFontAddFile(config_, reinterpret_cast<const FcChar8*>(file.c_str())) != FcTrue) {
+        return false;
+    }
+    if (!ec) {
+        files_.insert(canonical);
+    }
+    ++generation_;
+    return true;
 }
 
 bool FontconfigFontSystem::isRegistered(const std::string& postScriptName) {

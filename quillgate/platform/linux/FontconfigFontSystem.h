@@ -1,11 +1,15 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <filesystem>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "quillgate/platform/FontSystem.h"
+#include "quillgate/platform/linux/FontconfigUse.h"
 
 struct _FcConfig;
 struct FT_LibraryRec_;
@@ -44,9 +48,19 @@ class FontconfigFontSystem final : public FontSystem {
     // reports the weight asked for, as a system font drawn at that weight would.
     FontFace systemFace(FontWeight weight) override;
 
+    // For the text layout that sets text over this configuration (PangoTextLayout): the
+    // configuration, to be read only while holding `lock()`, and a count that rises with each
+    // registered file, so the layout knows when to look at the configuration again.
+    _FcConfig* configuration() const { return config_; }
+    std::unique_lock<std::mutex> lock() { return std::unique_lock(mutex_); }
+    std::uint64_t generation() const { return generation_.load(); }
+
   private:
+    FontconfigUse use_;  // first: released last
     std::mutex mutex_;
     _FcConfig* config_ = nullptr;
+    std::atomic<std::uint64_t> generation_{0};
+    std::set<std::filesystem::path> files_;  // registered already: adding again would duplicate
     FT_LibraryRec_* freetype_ = nullptr;
 };
 

@@ -13,6 +13,7 @@
 #include "quillgate/platform/linux/FileKeyValueStore.h"
 #include "quillgate/platform/linux/FontconfigFontSystem.h"
 #include "quillgate/platform/linux/NetlinkReachability.h"
+#include "quillgate/platform/linux/PangoTextLayout.h"
 
 namespace quillgate::platform {
 
@@ -73,7 +74,10 @@ std::shared_ptr<Platform> makeLinuxPlatform(fs::path stateDirectory) {
     platform->defaults =
         std::make_shared<FileKeyValueStore>(platform->stateDirectory / "defaults.json");
     platform->reachability = std::make_shared<NetlinkReachability>();
-    platform->fonts = std::make_shared<FontconfigFontSystem>();
+    auto fonts = std::make_shared<FontconfigFontSystem>();
+    platform->fonts = fonts;
+    // Same configuration: a face the font system registers measures with its own metrics.
+    platform->textLayout = std::make_shared<PangoTextLayout>(fonts);
     platform->device = deviceInfo();
     platform->logSink = standardOutputSink();
     platform->makeUuid = randomUuid;

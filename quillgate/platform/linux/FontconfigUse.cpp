@@ -1,0 +1,47 @@
+#include "quillgate/platform/linux/FontconfigUse.h"
+
+#include <cairo.h>
+#include <fontconfig/fontconfig.h>
+
+#include <cstdlib>
+#include <mutex>
+
+namespace quillgate::platform {
+
+namespace {
+
+std::mutex& useMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+
+int& useCount() {
+    static int count = 0;
+    return count;
+}
+
+// Releasing while anything still uses fonts (a host that keeps its platform in a static
+// until after this runs) would pull caches from under it: then nothing is released.
+void releaseAtExit() {
+    std::lock_guard lock(useMutex());
+    if (useCount() == 0) {
+        cairo_debug_reset_static_data();
+        FcFini();
+    }
+}
+
+}  // namespace
+
+FontconfigUse::FontconfigUse() {
+    std::lock_guard lock(useMutex());
+    static const bool registered = std::atexit(releaseAtExit) == 0;
+    (void)registered;
+    ++useCount();
+}
+
+FontconfigUse::~FontconfigUse() {
+    std::lock_guard lock(useMutex());
+    --useCount();
+}
+
+}  // namespace quillgate::platform
