@@ -34,8 +34,7 @@ void install(std::shared_ptr<Platform> platform) {
     const bool complete = platform->clock && platform->runLoop && platform->http &&
                           platform->defaults && platform->reachability && platform->fonts &&
                           platform->textLayout && platform->logSink && platform->makeUuid &&
-                          platform->makeImageCanvas &&
-                          !platform->documentsDirectory.empty();
+                          platform->makeImageCanvas && !platform->documentsDirectory.empty();
     if (!complete) {
         auto fallback = makeLinuxPlatform(platform->stateDirectory);
         if (!platform->clock) {
