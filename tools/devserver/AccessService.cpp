@@ -540,7 +540,10 @@ ContentDetails AccessService::contentDetails(const Publisher& publisher, const A
     details.paywallCustomization = publisher.paywallCustomization;
     details.validPass = publisher.pass;
     details.microPricing = publisher.microPricing;
-    details.couponDetails = publisher.coupon;
+    // A coupon for new readers only is not offered to a reader who is signed in.
+    if (publisher.coupon && !(publisher.coupon->newUsersOnly.value_or(false) && user)) {
+        details.couponDetails = publisher.coupon;
+    }
     return details;
 }
 

@@ -1,0 +1,76 @@
+#include "quillgate/templates/CTA7ViewController.h"
+
+#include "quillgate/analytics/EventManager.h"
+#include "quillgate/client/QuillgateClient.h"
+#include "quillgate/platform/Log.h"
+#include "quillgate/platform/Text.h"
+#include "quillgate/service/Description.h"
+
+namespace quillgate {
+
+void CTA7ViewController::viewDidLoad() {
+    BaseViewController::viewDidLoad();
+    setUpTable({"CommonHeaderCenterTableViewCell", "CommonFooterTableViewCell"});
+    applyDisplayType();
+    applyCardBackground();
+    const SlotInfo* slotInfo = slots();
+    if (slotInfo && slotInfo->contentDivBtn) {
+        selectedSlot = slotInfo->contentDivBtn->value;
+    }
+    reloadSoon();
+}
+
+int CTA7ViewController::numberOfRows(ui::TableView&, int) {
+    return 3;
+}
+
+std::shared_ptr<ui::TableViewCell> CTA7ViewController::cellForRow(ui::TableView& table,
+                                                                  ui::IndexPath indexPath) {
+    const typography* texts = textStyles();
+    if (indexPath.row == 0 || indexPath.row == 1) {
+        auto cell =
+            dequeue<CommonHeaderCenterTableViewCell>(table, "CommonHeaderCenterTableViewCell");
+        if (indexPath.row == 0) {
+            cell->configure("Enjoy \"Brand-name\" Gold", texts ? texts->heading : std::nullopt,
+                            22.0);
+        } else {
+            cell->configure("Subscribe for unlimited, uninterrupted and easy digital access",
+                            texts ? texts->subHeading : std::nullopt, 15.0);
+        }
+        return cell;
+    }
+    auto footer = dequeue<CommonFooterTableViewCell>(table, "CommonFooterTableViewCell");
+    footer->configure(false, "Subscribe", customizePayWallModel());
+    wireFooter(*footer);
+    return footer;
+}
+
+void CTA7ViewController::btnSubmitAction() {
+    platform::log("Selected Slot: " + description::optional(selectedSlot));
+    if (!selectedSlot) {
+        return;
+    }
+    auto d = delegate().lock();
+    const std::string& contentID = QuillgateClient::shared().contentID;
+    const std::string word = platform::text::lowercased(*selectedSlot);
+    if (word == "content") {
+        platform::log("content");
+        if (d) {
+            d->startWebFlow(contentID, ContentType::readNow, "");
+            EventManager::shared().logEventCLICK("CONTENT", EventLocation::PAYWALL);
+        }
+    } else if (word == "pass") {
+        platform::log("pass");
+        if (d) {
+            d->startWebFlow(contentID, ContentType::buyPass, "");
+            EventManager::shared().logEventCLICK("PASS", EventLocation::PAYWALL);
+        }
+    } else if (word == "subscription") {
+        platform::log("subscription");
+        if (d) {
+            d->subscribeTap(true);
+        }
+    }
+}
+
+}  // namespace quillgate
