@@ -12,15 +12,31 @@ ManualClock::ManualClock() : ManualClock(TimePoint(kManualEpoch)) {}
 ManualClock::ManualClock(TimePoint start) : ticks_(start.time_since_epoch().count()) {}
 
 TimePoint ManualClock::now() const {
-    return TimePoint(Duration(ticks_.load()));
+    return TimePoint(Duration(ticks_.load() + wallOffset_.load()));
+}
+
+MonotonicTime ManualClock::monotonicNow() const {
+    return MonotonicTime(
+        std::chrono::duration_cast<MonotonicTime::duration>(Duration(ticks_.load())));
 }
 
 void ManualClock::set(TimePoint t) {
-    ticks_.store(t.time_since_epoch().count());
+    ticks_.store(t.time_since_epoch().count() - wallOffset_.load());
 }
 
 void ManualClock::advance(Duration d) {
     ticks_.fetch_add(d.count());
+}
+
+void ManualClock::setMonotonic(MonotonicTime t) {
+    const auto target = std::chrono::duration_cast<Duration>(t.time_since_epoch()).count();
+    if (target > ticks_.load()) {
+        ticks_.store(target);
+    }
+}
+
+void ManualClock::stepWall(Duration d) {
+    wallOffset_.fetch_add(d.count());
 }
 
 }  // namespace quillgate::platform

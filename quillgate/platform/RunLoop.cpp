@@ -22,7 +22,7 @@ RunLoop::RunLoop(std::shared_ptr<Clock> clock) : clock_(std::move(clock)) {}
 
 RunLoop::~RunLoop() = default;
 
-void RunLoop::schedule(TimePoint due, Task task, std::shared_ptr<Timer> timer) {
+void RunLoop::schedule(MonotonicTime due, Task task, std::shared_ptr<Timer> timer) {
     std::function<void()> wake;
     {
         std::lock_guard lock(mutex_);
@@ -37,24 +37,25 @@ void RunLoop::schedule(TimePoint due, Task task, std::shared_ptr<Timer> timer) {
 }
 
 void RunLoop::async(Task task) {
-    schedule(clock_->now(), std::move(task), nullptr);
+    schedule(clock_->monotonicNow(), std::move(task), nullptr);
 }
 
 void RunLoop::asyncAfter(double secondsFromNow, Task task) {
-    schedule(clock_->now() + seconds(std::max(0.0, secondsFromNow)), std::move(task), nullptr);
+    schedule(clock_->monotonicNow() + seconds(std::max(0.0, secondsFromNow)), std::move(task),
+             nullptr);
 }
 
 std::shared_ptr<Timer> RunLoop::scheduledTimer(double interval, bool repeats,
                                                std::function<void(Timer&)> fire) {
     interval = std::max(interval, kMinimumTimerInterval);
     auto timer = std::shared_ptr<Timer>(new Timer(interval, repeats, std::move(fire)));
-    schedule(clock_->now() + seconds(interval), nullptr, timer);
+    schedule(clock_->monotonicNow() + seconds(interval), nullptr, timer);
     return timer;
 }
 
 bool RunLoop::popDue(Entry& out) {
     std::lock_guard lock(mutex_);
-    const auto now = clock_->now();
+    const auto now = clock_->monotonicNow();
     while (!queue_.empty()) {
         std::pop_heap(queue_.begin(), queue_.end(), [](auto& a, auto& b) { return later(a, b); });
         Entry& top = queue_.back();
@@ -86,7 +87,7 @@ std::size_t RunLoop::runPending() {
                 // original platform's timers, the next fire date counts from this one's due
                 // time, skipping fire dates that have already passed.
                 auto next = entry.due + seconds(timer->interval_);
-                const auto now = clock_->now();
+                const auto now = clock_->monotonicNow();
                 while (next <= now && !clock_->isManual()) {
                     next += seconds(timer->interval_);
                 }
@@ -109,7 +110,7 @@ std::size_t RunLoop::runPending() {
 }
 
 bool RunLoop::hasDueLocked() const {
-    const auto now = clock_->now();
+    const auto now = clock_->monotonicNow();
     return std::any_of(queue_.begin(), queue_.end(), [&](const auto& e) {
         return e.due <= now && (!e.timer || e.timer->isValid());
     });
@@ -126,9 +127,9 @@ void RunLoop::notifyTaskObserver() {
     }
 }
 
-std::optional<TimePoint> RunLoop::nextDeadline() const {
+std::optional<MonotonicTime> RunLoop::nextDeadline() const {
     std::lock_guard lock(mutex_);
-    std::optional<TimePoint> best;
+    std::optional<MonotonicTime> best;
     for (const auto& e : queue_) {
         if (e.timer && !e.timer->isValid()) {
             continue;
@@ -166,7 +167,7 @@ void RunLoop::run() {
             auto deadline = nextDeadline();
             lock.lock();
             if (deadline) {
-                cv_.wait_until(lock, *deadline, [&] { return stopped_ || hasDue(); });
+                cv_.wait_until(lock, wakeTime(*deadline), [&] { return stopped_ || hasDue(); });
             }
         }
     }
@@ -186,12 +187,7 @@ bool RunLoop::runUntil(const std::function<bool()>& done, std::chrono::milliseco
         auto wakeAt = giveUp;
         if (!clock_->isManual()) {
             if (auto deadline = nextDeadline()) {
-                auto untilDeadline = *deadline - clock_->now();
-                if (steadyNow + untilDeadline < wakeAt) {
-                    wakeAt =
-                        steadyNow + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                                        untilDeadline);
-                }
+                wakeAt = std::min(wakeAt, wakeTime(*deadline));
             }
         }
         // Whether anything is due is decided under the lock, like the wait itself: work posted
@@ -222,20 +218,22 @@ void RunLoop::advance(double secondsToAdvance) {
         runPending();
         return;
     }
-    const auto target = manual->now() + seconds(std::max(0.0, secondsToAdvance));
+    const auto target = manual->monotonicNow() + seconds(std::max(0.0, secondsToAdvance));
     runPending();
     for (;;) {
         auto deadline = nextDeadline();
         if (!deadline || *deadline > target) {
             break;
         }
-        if (*deadline > manual->now()) {
-            manual->set(*deadline);
-        }
+        manual->setMonotonic(*deadline);
         runPending();
     }
-    manual->set(target);
+    manual->setMonotonic(target);
     runPending();
+}
+
+std::chrono::steady_clock::time_point RunLoop::wakeTime(MonotonicTime deadline) const {
+    return std::chrono::steady_clock::now() + (deadline - clock_->monotonicNow());
 }
 
 void RunLoop::setWakeUpCallback(std::function<void()> wake) {

@@ -36,8 +36,9 @@ class Timer {
 // The main queue. One thread (the one that calls run...) owns all state of the system; work
 // reaches it through this queue. `async`, `asyncAfter` and `post` may be called from any
 // thread; everything scheduled runs on the thread that runs the loop, in order of due time,
-// then order of scheduling. Timers and delays follow the installed clock: with a manual clock
-// they fire only when a test advances it (see `advance`).
+// then order of scheduling. Timers and delays follow the installed clock's monotonic time, so
+// that a step of the wall clock neither bunches nor delays them; with a manual clock they fire
+// only when a test advances it (see `advance`).
 class RunLoop {
   public:
     using Task = std::function<void()>;
@@ -76,9 +77,9 @@ class RunLoop {
     // the way to run what is due, so timers fire as many times as they would in real time.
     void advance(double seconds);
 
-    // The earliest deadline of scheduled work, if any (for hosts that drive the loop from a
-    // main loop of their own).
-    std::optional<TimePoint> nextDeadline() const;
+    // The earliest deadline of scheduled work, if any, on the clock's monotonic time (for hosts
+    // that drive the loop from a main loop of their own: compare with clock()->monotonicNow()).
+    std::optional<MonotonicTime> nextDeadline() const;
     // Called (from any thread) whenever work is added, so a host's own loop can wake up.
     void setWakeUpCallback(std::function<void()> wake);
 
@@ -93,12 +94,14 @@ class RunLoop {
 
   private:
     struct Entry {
-        TimePoint due;
+        MonotonicTime due;
         std::uint64_t sequence;
         Task task;
         std::shared_ptr<Timer> timer;
     };
-    void schedule(TimePoint due, Task task, std::shared_ptr<Timer> timer);
+    void schedule(MonotonicTime due, Task task, std::shared_ptr<Timer> timer);
+    // The steady-clock instant at which `deadline` of the loop's clock comes, for waiting.
+    std::chrono::steady_clock::time_point wakeTime(MonotonicTime deadline) const;
     bool popDue(Entry& out);
     bool hasDueLocked() const;  // mutex_ held
     void notifyTaskObserver();

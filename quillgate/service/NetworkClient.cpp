@@ -1,5 +1,7 @@
 #include "quillgate/service/NetworkClient.h"
 
+#include <thread>
+
 #include "quillgate/platform/Log.h"
 #include "quillgate/platform/Platform.h"
 #include "quillgate/records/AccountRecords.h"
@@ -49,13 +51,25 @@ NetworkClient& NetworkClient::shared() {
     return platform::sharedInstance<NetworkClient>();
 }
 
+// A request without an answer is handed back on the HTTP session's thread. What the caller's
+// completion holds (its owner, screens, the client) may meanwhile have been let go by the main
+// thread; the last reference must not die on the session's thread, where a destructor would
+// race the main thread. So whatever a completion holds is handed back to the main queue to be
+// released there.
 void NetworkClient::send(platform::HttpRequest request, std::weak_ptr<const void> owner,
                          Completion completion) {
     send(std::move(request),
-         [owner = std::move(owner), completion = std::move(completion)](
-             std::optional<std::string> data, std::optional<RequestError> error, long status) {
+         [owner = std::move(owner), completion = std::move(completion),
+          mainQueue = std::weak_ptr(platform::current().runLoop),
+          mainThread = std::this_thread::get_id()](std::optional<std::string> data,
+                                                   std::optional<RequestError> error, long status) {
              if (auto alive = owner.lock()) {
                  completion(std::move(data), std::move(error), status);
+                 if (std::this_thread::get_id() != mainThread) {
+                     if (auto queue = mainQueue.lock()) {
+                         queue->post([alive = std::move(alive)] {});
+                     }
+                 }
              }
          });
 }
@@ -66,10 +80,18 @@ void NetworkClient::send(platform::HttpRequest request, Completion completion) {
         return;
     }
     auto shared = std::make_shared<platform::HttpRequest>(request);
-    session_->dataTask(std::move(request),
-                       [shared, completion = std::move(completion)](platform::HttpResult result) {
-                           handleDataTaskResult(result, *shared, completion);
-                       });
+    session_->dataTask(std::move(request), [shared, completion = std::move(completion),
+                                            mainQueue = std::weak_ptr(platform::current().runLoop),
+                                            mainThread = std::this_thread::get_id()](
+                                               platform::HttpResult result) mutable {
+        handleDataTaskResult(result, *shared, completion);
+        if (std::this_thread::get_id() != mainThread) {
+            // Weak: a task of the queue must not keep the queue alive.
+            if (auto queue = mainQueue.lock()) {
+                queue->post([completion = std::move(completion)] {});
+            }
+        }
+    });
 }
 
 void NetworkClient::handleDataTaskResult(const platform::HttpResult& result,

@@ -28,14 +28,18 @@ void Collector::add(const std::string& body, std::chrono::system_clock::time_poi
     }
     {
         std::lock_guard lock(mutex_);
+        if (events_.size() >= kEventLimit) {
+            events_.pop_front();
+        }
         events_.push_back(std::move(event));
+        ++received_;
     }
     arrived_.notify_all();
 }
 
 std::vector<CollectedEvent> Collector::events() const {
     std::lock_guard lock(mutex_);
-    return events_;
+    return {events_.begin(), events_.end()};
 }
 
 nlohmann::ordered_json Collector::toJson(const std::string& eventType) const {
@@ -56,16 +60,17 @@ nlohmann::ordered_json Collector::toJson(const std::string& eventType) const {
 void Collector::clear() {
     std::lock_guard lock(mutex_);
     events_.clear();
+    received_ = 0;
 }
 
 size_t Collector::count() const {
     std::lock_guard lock(mutex_);
-    return events_.size();
+    return received_;
 }
 
 bool Collector::waitForCount(size_t count, std::chrono::milliseconds timeout) const {
     std::unique_lock lock(mutex_);
-    return arrived_.wait_for(lock, timeout, [&] { return events_.size() >= count; });
+    return arrived_.wait_for(lock, timeout, [&] { return received_ >= count; });
 }
 
 }  // namespace quillgate::devserver

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <deque>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -24,8 +25,12 @@ struct CollectedEvent {
     std::string eventLocation;
 };
 
+// Keeps the most recent kEventLimit events (a long run must not grow the service without
+// bound); count() and waitForCount() count every event since the last clear().
 class Collector {
   public:
+    static constexpr size_t kEventLimit = 2000;
+
     void add(const std::string& body, std::chrono::system_clock::time_point receivedAt);
     std::vector<CollectedEvent> events() const;
     // The list as the collection server answers it: {"count": n, "events": [...]}, each item
@@ -40,7 +45,8 @@ class Collector {
 
   private:
     mutable std::mutex mutex_;
-    std::vector<CollectedEvent> events_;
+    std::deque<CollectedEvent> events_;  // the last kEventLimit, oldest first
+    size_t received_ = 0;                // since the last clear()
     mutable std::condition_variable arrived_;
 };
 

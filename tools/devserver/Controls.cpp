@@ -207,6 +207,9 @@ OrderedJson Controls::faultJson(const Fault& fault) {
 uint64_t Controls::record(RecordedRequest request) {
     std::lock_guard lock(mutex_);
     request.sequence = nextSequence_++;
+    if (requests_.size() >= kRequestLogLimit) {
+        requests_.pop_front();
+    }
     requests_.push_back(std::move(request));
     return requests_.back().sequence;
 }
@@ -230,7 +233,7 @@ void Controls::setAnswer(uint64_t sequence, int status, const std::string& fault
 
 std::vector<RecordedRequest> Controls::requests() const {
     std::lock_guard lock(mutex_);
-    return requests_;
+    return {requests_.begin(), requests_.end()};
 }
 
 OrderedJson Controls::requestsJson(const std::string& path, const std::string& server) const {

@@ -2,7 +2,9 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -74,6 +76,10 @@ class Controls {
     static Reply faultReply(const Fault& fault);
     static nlohmann::ordered_json faultJson(const Fault& fault);
 
+    // The log keeps the most recent requests only, so that a long run under load (a soak)
+    // does not grow the service without bound: every request's headers and body stay here.
+    static constexpr size_t kRequestLogLimit = 2000;
+
     uint64_t record(RecordedRequest request);
     // Completes a logged request once it has been answered. The body is read only after the
     // faults had their say, so it is filled in here.
@@ -96,7 +102,7 @@ class Controls {
     bool interrupting_ = false;
     std::vector<Fault> faults_;
     uint64_t nextFault_ = 1;
-    std::vector<RecordedRequest> requests_;
+    std::deque<RecordedRequest> requests_;  // the last kRequestLogLimit, oldest first
     uint64_t nextSequence_ = 1;
 };
 

@@ -67,6 +67,11 @@ class StoryClock final : public platform::Clock {
     platform::TimePoint now() const override {
         return std::chrono::system_clock::now() + platform::Duration(skipped_.load());
     }
+    platform::MonotonicTime monotonicNow() const override {
+        return std::chrono::steady_clock::now() +
+               std::chrono::duration_cast<platform::MonotonicTime::duration>(
+                   platform::Duration(skipped_.load()));
+    }
     void skip(platform::Duration d) { skipped_ += d.count(); }
 
   private:
@@ -317,7 +322,7 @@ class Story {
     bool dueSoon() const {
         const auto deadline = app_.loop().nextDeadline();
 
-        return deadline && *deadline - clock_.now() < kSoon;
+        return deadline && *deadline - clock_.monotonicNow() < kSoon;
     }
 
     std::uint64_t lastRequestSequence() const {

@@ -351,7 +351,9 @@ class GateTest : public AccessFlowTest {
     // Seconds from now until the next scheduled step, or -1 when nothing is scheduled.
     double scheduledIn() {
         auto deadline = tp.loop().nextDeadline();
-        return deadline ? std::chrono::duration<double>(*deadline - tp.clock().now()).count() : -1;
+        return deadline
+                   ? std::chrono::duration<double>(*deadline - tp.clock().monotonicNow()).count()
+                   : -1;
     }
 
     void setJourney(const json& body) {

@@ -12,6 +12,7 @@
 #include "quillgate/records/RecordCoding.h"
 #include "tests/support/FontFiles.h"
 #include "tools/devserver/AccessService.h"
+#include "tools/devserver/Collector.h"
 #include "tools/devserver/Controls.h"
 #include "tools/devserver/DevServer.h"
 #include "tools/devserver/Encoding.h"
@@ -290,6 +291,30 @@ TEST(FaultControlTest, FaultsMatchByServerMethodAndPathAndWearOut) {
     ASSERT_TRUE(body.ok());
     EXPECT_EQ(body->error, "Bad Request");
     EXPECT_EQ(body->message, std::vector<std::string>{"Forced by a test control"});
+}
+
+// A long run keeps only the most recent requests and events: the service must not grow
+// with every request it has answered. Counting events still counts them all.
+TEST(FaultControlTest, RequestLogAndCollectorKeepTheMostRecentOnly) {
+    Controls controls;
+    Collector collector;
+    const size_t total = Controls::kRequestLogLimit + 25;
+    for (size_t i = 0; i < total; ++i) {
+        RecordedRequest request;
+        request.path = "/api/v1/journey";
+        request.body = std::string(1000, 'b');
+        const auto sequence = controls.record(std::move(request));
+        controls.setAnswer(sequence, 200, "", "");
+        collector.add(R"({"messageBody":[{"eventType":"PING"}]})", {});
+    }
+    const auto requests = controls.requests();
+    ASSERT_EQ(requests.size(), Controls::kRequestLogLimit);
+    EXPECT_EQ(requests.front().sequence, 26u);
+    EXPECT_EQ(requests.back().sequence, total);
+    EXPECT_EQ(requests.back().status, 200);
+    EXPECT_EQ(collector.events().size(), Collector::kEventLimit);
+    EXPECT_EQ(collector.count(), total);
+    EXPECT_TRUE(collector.waitForCount(total, std::chrono::milliseconds(0)));
 }
 
 // A copy of the scenario data, broken one file at a time.

@@ -327,8 +327,8 @@ TEST_F(CurlHttpSessionTest, ThrowingCompletionDoesNotStopTheSession) {
 // https against a server on loopback whose certificate, made here, no authority signed: the
 // session refuses it unless that certificate is given as the authority.
 TEST(CurlHttpSessionTls, VerifiesTheCertificateAgainstTheGivenAuthority) {
-    const auto dir = std::filesystem::temp_directory_path() /
-                     ("quillgate-tls-" + std::to_string(::getpid()));
+    const auto dir =
+        std::filesystem::temp_directory_path() / ("quillgate-tls-" + std::to_string(::getpid()));
     std::filesystem::create_directories(dir);
     const auto cert = dir / "cert.pem";
     const auto key = dir / "key.pem";

@@ -104,6 +104,33 @@ TEST_F(RunLoopTest, RunUntilRunsWorkPostedBetweenTheDoneTestAndTheWait) {
     EXPECT_TRUE(done);  // a missed wake-up sleeps the whole limit and returns false
 }
 
+// Timers and delays count on the monotonic clock: the wall clock stepping back an hour or
+// forward a day (a time correction, the user setting the date) neither holds a ping back nor
+// fires the missed ones in a bunch. Event times still read the wall clock.
+TEST_F(RunLoopTest, WallClockStepsNeitherDelayNorBunchTimers) {
+    int pings = 0;
+    auto ping = loop.scheduledTimer(15, true, [&](Timer&) { ++pings; });
+    loop.asyncAfter(20, [&] { order.push_back("toast gone"); });
+
+    loop.advance(14);
+    clock->stepWall(-std::chrono::hours(1));
+    loop.advance(1);
+    EXPECT_EQ(pings, 1);
+
+    const auto wallBefore = clock->now();
+    clock->stepWall(std::chrono::hours(24));
+    EXPECT_EQ(loop.runPending(), 0u);  // nothing became due by the wall clock's jump
+    EXPECT_EQ(pings, 1);
+    EXPECT_TRUE(order.empty());
+    EXPECT_EQ(clock->now() - wallBefore, std::chrono::hours(24));
+
+    loop.advance(5);
+    EXPECT_EQ(order, (std::vector<std::string>{"toast gone"}));
+    loop.advance(10);
+    EXPECT_EQ(pings, 2);
+    ping->invalidate();
+}
+
 TEST(RunLoopSystemClock, DelayedWorkRunsInRealTime) {
     RunLoop loop(std::make_shared<SystemClock>());
     bool ran = false;

@@ -1,5 +1,6 @@
 #include "quillgate/service/NetworkClient.h"
 
+#include <future>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -121,6 +122,77 @@ TEST_F(NetworkClientTest, NothingIsHandedBackWithoutANetworkABodyOrAnOwner) {
     owner.reset();
     tp.runPending();
     EXPECT_EQ(calls, 0);
+}
+
+// Completes every request without an answer on a thread of its own, as the real session does
+// when there is none, and lets its completion go on that thread.
+class ThreadedFailingSession final : public platform::HttpSession {
+  public:
+    ~ThreadedFailingSession() override { join(); }
+    void dataTask(platform::HttpRequest, std::function<void(platform::HttpResult)> done) override {
+        workers_.emplace_back([done = std::move(done)]() mutable {
+            done(platform::HttpResult{std::nullopt, std::nullopt,
+                                      platform::TransportError{7, "Couldn't connect to server"}});
+            done = nullptr;
+        });
+    }
+    void downloadTask(platform::HttpRequest,
+                      std::function<void(platform::DownloadResult)>) override {}
+    void join() {
+        for (auto& worker : workers_) {
+            if (worker.joinable()) {
+                worker.join();
+            }
+        }
+    }
+
+  private:
+    std::vector<std::thread> workers_;
+};
+
+// Something a screen or the client would be: notes the thread it dies on.
+struct Witness {
+    explicit Witness(std::thread::id& diedOn) : diedOn(diedOn) {}
+    ~Witness() { diedOn = std::this_thread::get_id(); }
+    std::thread::id& diedOn;
+};
+
+// The no-answer completion runs on the session's thread while the main thread lets go of the
+// request's owner and of a screen the completion holds: neither may die on the session's
+// thread; both go when the main queue runs next.
+TEST(NetworkClientThreads, WhatTheMainThreadLetsGoNeverDiesOnTheSessionsThread) {
+    TestPlatform tp;
+    auto session = std::make_shared<ThreadedFailingSession>();
+    tp.useHttp(session);
+    QuillgateClient::shared().configure(Mode::local, "cl");
+
+    std::thread::id ownerDiedOn;
+    std::thread::id screenDiedOn;
+    auto owner = std::make_shared<Witness>(ownerDiedOn);
+    auto screen = std::make_shared<Witness>(screenDiedOn);
+    std::promise<void> inCompletion;
+    std::promise<void> letGo;
+    std::thread::id completedOn;
+    NetworkClient::shared().send(
+        NetworkProperties::getRequest(json{{"clientId", "cl"}}, false, Endpoint::content()),
+        std::weak_ptr<const void>(owner),
+        [&, screen, letGoDone = letGo.get_future().share()](auto, auto, long) {
+            completedOn = std::this_thread::get_id();
+            inCompletion.set_value();
+            letGoDone.wait();  // the main thread drops its references meanwhile
+        });
+    inCompletion.get_future().wait();
+    owner.reset();
+    screen.reset();
+    letGo.set_value();
+    session->join();
+
+    EXPECT_NE(completedOn, std::this_thread::get_id());
+    EXPECT_EQ(ownerDiedOn, std::thread::id());  // both still alive: handed to the main queue
+    EXPECT_EQ(screenDiedOn, std::thread::id());
+    tp.runPending();
+    EXPECT_EQ(ownerDiedOn, std::this_thread::get_id());
+    EXPECT_EQ(screenDiedOn, std::this_thread::get_id());
 }
 
 TEST_F(NetworkClientTest, TransportErrors) {
