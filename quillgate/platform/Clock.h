@@ -4,6 +4,8 @@
 #include <chrono>
 #include <memory>
 
+#include "quillgate/Export.h"
+
 namespace quillgate::platform {
 
 using TimePoint = std::chrono::system_clock::time_point;
@@ -17,7 +19,7 @@ inline Duration seconds(double value) {
 // The time of the system. Everything that asks "what time is it" (timers, delayed work,
 // countdowns, event times) asks the installed clock, so that tests can run on a manual one.
 // Thread-safe: the HTTP worker may read it.
-class Clock {
+class QUILLGATE_EXPORT Clock {
   public:
     virtual ~Clock() = default;
     virtual TimePoint now() const = 0;
@@ -26,14 +28,14 @@ class Clock {
 };
 
 // Wall-clock time.
-class SystemClock final : public Clock {
+class QUILLGATE_EXPORT SystemClock final : public Clock {
   public:
     TimePoint now() const override { return std::chrono::system_clock::now(); }
 };
 
 // A clock that stands still until advanced. Starts at a fixed, realistic instant so that
 // date arithmetic in tests is reproducible. Thread-safe.
-class ManualClock final : public Clock {
+class QUILLGATE_EXPORT ManualClock final : public Clock {
   public:
     ManualClock();
     explicit ManualClock(TimePoint start);

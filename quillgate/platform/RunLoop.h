@@ -8,6 +8,7 @@
 #include <optional>
 #include <vector>
 
+#include "quillgate/Export.h"
 #include "quillgate/platform/Clock.h"
 
 namespace quillgate::platform {
@@ -17,7 +18,7 @@ class RunLoop;
 // A repeating or one-shot timer on the run loop. The run loop keeps a scheduled timer alive
 // until it is invalidated (or, for a one-shot timer, has fired), as the original platform
 // does: dropping the last handle does not stop it.
-class Timer {
+class QUILLGATE_EXPORT Timer {
   public:
     void invalidate();
     bool isValid() const { return valid_; }
@@ -38,7 +39,7 @@ class Timer {
 // thread; everything scheduled runs on the thread that runs the loop, in order of due time,
 // then order of scheduling. Timers and delays follow the installed clock: with a manual clock
 // they fire only when a test advances it (see `advance`).
-class RunLoop {
+class QUILLGATE_EXPORT RunLoop {
   public:
     using Task = std::function<void()>;
 

@@ -4,12 +4,14 @@
 #include <string>
 #include <string_view>
 
+#include "quillgate/Export.h"
+
 // A colour as the view tree keeps it: red, green, blue and alpha as doubles from 0 to 1 in
 // the sRGB space. Plain value; any thread. Equality is exact, so that a test can check that
 // an element took the colour a configuration asked for.
 namespace quillgate::ui {
 
-struct Color {
+struct QUILLGATE_EXPORT Color {
     double r = 0;  // red
     double g = 0;  // green
     double b = 0;  // blue

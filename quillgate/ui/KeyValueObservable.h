@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "quillgate/Export.h"
+
 // Key-value observation of a few properties of the view tree ("contentSize" of a scroll
 // view, "loading" of a web view), as the screens observe them. An observer is identified by
 // a pointer (usually the observing controller); it registers a handler per key path and is
@@ -15,13 +17,13 @@
 // nothing rather than ending the program.
 namespace quillgate::ui {
 
-struct KeyValueChange {
+struct QUILLGATE_EXPORT KeyValueChange {
     std::string keyPath;
     std::any newValue;  // the property's value type, e.g. ui::Size for "contentSize"
     std::any oldValue;
 };
 
-class KeyValueObservable {
+class QUILLGATE_EXPORT KeyValueObservable {
   public:
     using Handler = std::function<void(const KeyValueChange&)>;
 

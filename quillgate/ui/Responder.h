@@ -2,12 +2,14 @@
 
 #include <string>
 
+#include "quillgate/Export.h"
+
 // The chain along which touches travel: a view passes to its controller (when it is one's
 // root view) or else to its superview; a controller passes to its view's superview, its
 // parent or its presenting controller. Main thread only.
 namespace quillgate::ui {
 
-class Responder {
+class QUILLGATE_EXPORT Responder {
   public:
     virtual ~Responder() = default;
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "quillgate/Export.h"
 #include "quillgate/ui/Color.h"
 #include "quillgate/ui/Geometry.h"
 #include "quillgate/ui/KeyValueObservable.h"
@@ -42,7 +43,7 @@ enum Corner : unsigned {
 using CornerMask = unsigned;
 
 // The look of a view's layer: rounding, border, shadow and mask.
-struct Layer {
+struct QUILLGATE_EXPORT Layer {
     double cornerRadius = 0;
     double borderWidth = 0;
     std::optional<Color> borderColor;  // absent: no border colour (cleared)
@@ -75,9 +76,9 @@ enum class ContentMode {
     right
 };
 
-class View : public Responder,
-             public KeyValueObservable,
-             public std::enable_shared_from_this<View> {
+class QUILLGATE_EXPORT View : public Responder,
+                              public KeyValueObservable,
+                              public std::enable_shared_from_this<View> {
   public:
     View() = default;
     explicit View(Rect frame) : frame_(frame) {}

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "quillgate/Export.h"
 #include "quillgate/ui/Geometry.h"
 #include "quillgate/ui/Responder.h"
 
@@ -55,7 +56,8 @@ enum class UserInterfaceStyle { unspecified = 0, light = 1, dark = 2 };
 
 enum class AppearanceState { disappeared, appearing, appeared, disappearing };
 
-class ViewController : public Responder, public std::enable_shared_from_this<ViewController> {
+class QUILLGATE_EXPORT ViewController : public Responder,
+                                        public std::enable_shared_from_this<ViewController> {
   protected:
     // Proof of construction through `create`.
     class Token {

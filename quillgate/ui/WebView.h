@@ -9,6 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "quillgate/Export.h"
 #include "quillgate/platform/HttpSession.h"
 #include "quillgate/ui/View.h"
 
@@ -40,7 +41,7 @@ enum class NavigationType {
     other = -1,
 };
 
-struct NavigationAction {
+struct QUILLGATE_EXPORT NavigationAction {
     platform::HttpRequest request;
     NavigationType navigationType = NavigationType::other;
     bool isRedirect = false;
@@ -48,12 +49,12 @@ struct NavigationAction {
 };
 
 // One navigation, from its provisional start to its finish or failure.
-struct Navigation {
+struct QUILLGATE_EXPORT Navigation {
     std::uint64_t id = 0;
     friend bool operator==(const Navigation&, const Navigation&) = default;
 };
 
-struct WebError {
+struct QUILLGATE_EXPORT WebError {
     // A load cancelled because another one replaced it.
     static constexpr long cancelledCode = -999;
     // A redirect refused by the navigation delegate.
@@ -64,12 +65,12 @@ struct WebError {
     std::string description;
 };
 
-struct ScriptMessage {
+struct QUILLGATE_EXPORT ScriptMessage {
     std::string name;
     nlohmann::json body;  // what the page posted: a text, a number, an object...
 };
 
-class NavigationDelegate {
+class QUILLGATE_EXPORT NavigationDelegate {
   public:
     using DecisionHandler = std::function<void(NavigationActionPolicy)>;
 
@@ -112,7 +113,7 @@ class NavigationDelegate {
 };
 
 // The script message handlers of a web view, by name.
-class UserContentController {
+class QUILLGATE_EXPORT UserContentController {
   public:
     using Handler = std::function<void(const ScriptMessage&)>;
 
@@ -130,7 +131,7 @@ class UserContentController {
     std::vector<std::pair<std::string, std::shared_ptr<Handler>>> handlers_;
 };
 
-class WebView : public View {
+class QUILLGATE_EXPORT WebView : public View {
   public:
     using Factory = std::function<std::shared_ptr<WebView>()>;
 
@@ -195,7 +196,7 @@ class WebView : public View {
 // is under way cancel it (its delegate hears a provisional failure with code -999). Unless
 // told otherwise, a started navigation finishes (commit, then finish) on the main queue after
 // the current task.
-class HeadlessWebView : public WebView {
+class QUILLGATE_EXPORT HeadlessWebView : public WebView {
   public:
     struct LoadRecord {
         enum class Kind { request, html, reload };

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "quillgate/Export.h"
 #include "quillgate/ui/View.h"
 
 // A window: the root of a view tree that is "on screen". It shows its root view
@@ -17,7 +18,7 @@ namespace quillgate::ui {
 class ViewController;
 class WindowScene;
 
-class Window : public View {
+class QUILLGATE_EXPORT Window : public View {
   public:
     Window();
     explicit Window(Rect frame);

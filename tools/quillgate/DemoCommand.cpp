@@ -633,18 +633,42 @@ void printCollection(HostApp& app, devserver::DevServer& server) {
 
 int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
             const DemoPorts& ports) {
-    if (!args.empty()) {
-        if (args.front() == "--help" || args.front() == "-h") {
-            out << "usage: quillgate demo\n"
+    std::string logFile;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        const std::string& arg = args[i];
+        if (arg == "--help" || arg == "-h") {
+            out << "usage: quillgate demo [--log FILE]\n"
                    "\n"
                    "Starts the local access service on 127.0.0.1 (API 3001, web pages 3000,\n"
                    "collection 3002), runs the library in the local mode against it and walks a\n"
                    "reader through free, metered and locked articles. Prints what the library\n"
                    "printed, the host's delegate calls and the screen on show, chapter by\n"
-                   "chapter; exits 0 when every chapter went as expected.\n";
+                   "chapter; exits 0 when every chapter went as expected.\n"
+                   "\n"
+                   "  --log FILE   write the library's own lines to FILE, leaving standard output\n"
+                   "               to the story: chapters, reader:, host:, toast:, screen:\n";
             return 0;
         }
-        return usageError(err, "demo takes no arguments");
+        if (arg == "--log" || arg.rfind("--log=", 0) == 0) {
+            if (arg == "--log" && i + 1 < args.size()) {
+                logFile = args[++i];
+            } else if (arg != "--log") {
+                logFile = arg.substr(6);
+            }
+            if (logFile.empty()) {
+                return usageError(err, "demo: --log needs a file");
+            }
+            continue;
+        }
+        return usageError(err, "demo: unknown argument \"" + arg + "\"");
+    }
+    std::shared_ptr<std::ostream> libraryLog;
+    if (!logFile.empty()) {
+        std::string error;
+        libraryLog = openLibraryLog(logFile, error);
+        if (!libraryLog) {
+            return usageError(err, "demo: " + error);
+        }
     }
 
     TemporaryDirectory state;
@@ -673,6 +697,7 @@ int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
     setup.clock = clock;
     // The service is on the loopback address, which needs no route to be reachable.
     setup.alwaysReachable = true;
+    setup.libraryLog = libraryLog;
     HostApp app(out, std::move(setup));
 
     QuillgateClient& client = app.client();
@@ -692,6 +717,9 @@ int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
     printCollection(app, server);
 
     app.say("");
+    if (!logFile.empty()) {
+        app.say("== The library's own lines are in " + logFile);
+    }
     if (story.failures().empty()) {
         app.say("== The story ran as expected (" + std::to_string(story.chapters()) + " chapters)");
         return 0;
