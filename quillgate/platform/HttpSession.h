@@ -24,7 +24,7 @@ struct QUILLGATE_EXPORT HttpRequest {
 
     // Value of the first header of that name (case-insensitive), if any.
     std::optional<std::string> header(std::string_view name) const;
-    // "<url>", as the original platform describes a request in its logs.
+    // "<url>": how the log lines describe a request.
     std::string description() const { return url; }
 };
 

@@ -16,8 +16,8 @@ namespace quillgate::platform {
 class RunLoop;
 
 // A repeating or one-shot timer on the run loop. The run loop keeps a scheduled timer alive
-// until it is invalidated (or, for a one-shot timer, has fired), as the original platform
-// does: dropping the last handle does not stop it.
+// until it is invalidated (or, for a one-shot timer, has fired): dropping the last handle
+// does not stop it, so a screen's countdown runs without the screen keeping the timer.
 class QUILLGATE_EXPORT Timer {
   public:
     void invalidate();

@@ -29,7 +29,7 @@ struct QUILLGATE_EXPORT Screen {
     double scale = 3;
 };
 
-// The original platform's numbering.
+// Fixed numbering: hosts and device reports use these values.
 enum class DeviceOrientation {
     unknown = 0,
     portrait = 1,

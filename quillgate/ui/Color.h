@@ -26,7 +26,7 @@ struct QUILLGATE_EXPORT Color {
     }
     static constexpr Color white(double w, double alpha = 1) { return Color{w, w, w, alpha}; }
 
-    // The named colours of the original platform.
+    // The named colours that screens and styles refer to by name.
     static constexpr Color clear() { return Color{0, 0, 0, 0}; }
     static constexpr Color black() { return Color{0, 0, 0, 1}; }
     static constexpr Color white() { return Color{1, 1, 1, 1}; }

@@ -10,7 +10,7 @@
 // main thread; the rest is pure.
 namespace quillgate::ui {
 
-// Weights of the system font, with the original platform's numeric values.
+// Weights of the system font, with the numeric values that styles are written against.
 enum class FontWeight {
     ultraLight,
     thin,

@@ -13,8 +13,8 @@
 // view, "loading" of a web view), as the screens observe them. An observer is identified by
 // a pointer (usually the observing controller); it registers a handler per key path and is
 // called synchronously, in registration order, each time the property is set. Main thread
-// only. Unlike the original platform, removing an observer that isn't registered does
-// nothing rather than ending the program.
+// only. Removing an observer that isn't registered does nothing: a screen torn down twice
+// must not end the program.
 namespace quillgate::ui {
 
 struct QUILLGATE_EXPORT KeyValueChange {

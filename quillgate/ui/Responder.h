@@ -19,7 +19,7 @@ class QUILLGATE_EXPORT Responder {
     virtual Responder* nextResponder() const = 0;
 
     // A touch began / ended / was taken over by a gesture recogniser. The defaults pass the
-    // touch on to the next responder, as the original platform's responders do.
+    // touch on to the next responder, so a view that ignores touches lets its parent have them.
     virtual void touchesBegan();
     virtual void touchesEnded();
     virtual void touchesCancelled();

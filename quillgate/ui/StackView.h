@@ -8,7 +8,7 @@
 
 // A view that lines up its arranged subviews along an axis with spacing. Arranged subviews
 // are also subviews; a view removed from the stack view's subviews stops being arranged,
-// while `removeArrangedSubview` keeps it as a subview, as on the original platform. Layout
+// while `removeArrangedSubview` keeps it as a subview (hide or remove it yourself). Layout
 // (`layoutSubviews`) places the shown arranged subviews one after the other, each with its
 // fitting size along the axis and the stack's full width (or height) across; hidden ones
 // take no room. Main thread only.

@@ -32,7 +32,7 @@ class LayoutConstraint;
 class ViewController;
 class Window;
 
-// Corners of a layer, as the original platform's mask bits.
+// Corners of a layer, as mask bits; screens combine them, so the values are fixed.
 enum Corner : unsigned {
     minXMinYCorner = 1u << 0,  // top left
     maxXMinYCorner = 1u << 1,  // top right
@@ -136,7 +136,7 @@ class QUILLGATE_EXPORT View : public Responder,
     const Layer& layer() const { return layer_; }
     ContentMode contentMode() const { return contentMode_; }
     void setContentMode(ContentMode mode) { contentMode_ = mode; }
-    // False for labels and image views, true for other views, as on the original platform.
+    // False for labels and image views (they show, they don't act), true for other views.
     bool isUserInteractionEnabled() const { return userInteractionEnabled_; }
     void setUserInteractionEnabled(bool enabled) { userInteractionEnabled_ = enabled; }
     // True when this view and all its ancestors are shown, opaque enough (alpha of 0.01 or

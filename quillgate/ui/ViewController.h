@@ -28,7 +28,7 @@
 // Modal presentation: `present` puts the presented controller's view on top of the
 // presenter's window at once (appearance callbacks included) and `dismiss` takes the
 // presented chain away at once; their completions run on the main queue after the current
-// task, as the original platform runs them after the transition. A refused presentation
+// task, so a completion always sees the transition done. A refused presentation
 // (presenter not in a window, already presenting) prints a line and never calls its
 // completion. Main thread only.
 namespace quillgate::ui {

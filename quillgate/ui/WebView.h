@@ -31,7 +31,7 @@ class WebView;
 
 enum class NavigationActionPolicy { cancel = 0, allow = 1 };
 
-// The original platform's numbering.
+// Fixed numbering: navigation delegates compare and log these values.
 enum class NavigationType {
     linkActivated = 0,
     formSubmitted = 1,
@@ -118,7 +118,7 @@ class QUILLGATE_EXPORT UserContentController {
     using Handler = std::function<void(const ScriptMessage&)>;
 
     // Registers `handler` under `name`. A name already registered keeps its first handler;
-    // the attempt prints a line (the original platform refuses it too).
+    // the attempt prints a line, so that a page never reaches two handlers for one name.
     void addScriptMessageHandler(const std::string& name, Handler handler);
     void removeScriptMessageHandler(const std::string& name);
     void removeAllScriptMessageHandlers() { handlers_.clear(); }

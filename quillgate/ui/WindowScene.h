@@ -12,7 +12,7 @@ namespace quillgate::ui {
 
 class Window;
 
-// The original platform's numbering.
+// Fixed numbering: hosts and device reports use these values.
 enum class InterfaceOrientation {
     unknown = 0,
     portrait = 1,
