@@ -4,8 +4,13 @@
 
 JOBS ?= $(shell nproc)
 
+# The demo's standard output is the story; the library's own lines go to build/demo/library.log.
 demo: build-release
-	./build/bin/quillgate demo --pictures build/demo/
+	@mkdir -p build/demo
+	@status=0; ./build/release/bin/quillgate demo --pictures build/demo/ --log build/demo/library.log || status=$$?; \
+	echo "make demo: the library's full log is build/demo/library.log"; \
+	if ls build/demo/*.png >/dev/null 2>&1; then echo "make demo: the pictures are in build/demo/"; fi; \
+	exit $$status
 
 test: build-dev
 	ctest --preset dev -j $(JOBS)

@@ -3,6 +3,8 @@
 #include <optional>
 #include <string_view>
 
+#include "quillgate/Export.h"
+
 // The small enumerations of the client's public interface and of the screens it chooses.
 // Pure values, any thread.
 namespace quillgate {
@@ -16,8 +18,8 @@ enum class ContentType { onlyLogin, readNow, buyPass, subscribeNow, subPass };
 // How a template paywall is placed. The raw texts are the case names.
 enum class PAYWALLTYPE { INARTICLE, FULLPAGE, POPUP };
 
-std::string_view rawValue(PAYWALLTYPE type);
-std::optional<PAYWALLTYPE> paywallTypeFromRawValue(std::string_view text);
+QUILLGATE_EXPORT std::string_view rawValue(PAYWALLTYPE type);
+QUILLGATE_EXPORT std::optional<PAYWALLTYPE> paywallTypeFromRawValue(std::string_view text);
 
 // The variants of the template families.
 enum class CTA3Type { CTA3A1, CTA3A2, CTA3A3 };

@@ -3,6 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "quillgate/Export.h"
+
 // The protocols through which the library answers the host. The host owns the objects that
 // implement them and hands them over as std::shared_ptr; the client keeps them only weakly,
 // so a delegate that the host has let go of is the same as one never set. Every call comes
@@ -12,7 +14,7 @@
 // failure, the logout operations).
 namespace quillgate {
 
-class QuillgateCompletionHandlerDelegate {
+class QUILLGATE_EXPORT QuillgateCompletionHandlerDelegate {
   public:
     virtual ~QuillgateCompletionHandlerDelegate() = default;
     // The one answer that every processed journey gets.
@@ -26,26 +28,26 @@ class QuillgateCompletionHandlerDelegate {
                                   const std::string& contentId) = 0;
 };
 
-class QuillgateSubscribeBtnTapDelegate {
+class QUILLGATE_EXPORT QuillgateSubscribeBtnTapDelegate {
   public:
     virtual ~QuillgateSubscribeBtnTapDelegate() = default;
     virtual void subscribeBtnTap() = 0;
 };
 
-class QuillgateSignBtnTapDelegate {
+class QUILLGATE_EXPORT QuillgateSignBtnTapDelegate {
   public:
     virtual ~QuillgateSignBtnTapDelegate() = default;
     virtual void signInTap() = 0;
 };
 
-class QuillgateUserDetailDelegate {
+class QUILLGATE_EXPORT QuillgateUserDetailDelegate {
   public:
     virtual ~QuillgateUserDetailDelegate() = default;
     virtual void success(const std::string& successData) = 0;
     virtual void failure(const std::string& error) = 0;
 };
 
-class QuillgateUserDetailsDelegate {
+class QUILLGATE_EXPORT QuillgateUserDetailsDelegate {
   public:
     virtual ~QuillgateUserDetailsDelegate() = default;
     // The user route's answer, as the JSON text the service sent.
@@ -53,7 +55,7 @@ class QuillgateUserDetailsDelegate {
     virtual void failure(const std::string& error) = 0;
 };
 
-class QuillgateEventParamsDelegate {
+class QUILLGATE_EXPORT QuillgateEventParamsDelegate {
   public:
     virtual ~QuillgateEventParamsDelegate() = default;
     virtual void success(const std::string& paywallId, const std::string& contentId,
@@ -62,21 +64,21 @@ class QuillgateEventParamsDelegate {
     virtual void failure(const std::string& error) = 0;
 };
 
-class Quillgatelogout {
+class QUILLGATE_EXPORT Quillgatelogout {
   public:
     virtual ~Quillgatelogout() = default;
     virtual void succes(const std::string& successData) = 0;
     virtual void fail(const std::string& error) = 0;
 };
 
-class QuillgateAutoLogInDelegate {
+class QUILLGATE_EXPORT QuillgateAutoLogInDelegate {
   public:
     virtual ~QuillgateAutoLogInDelegate() = default;
     virtual void autoLogInsuccess() = 0;
     virtual void autoLogInfailure() = 0;
 };
 
-class QuillgateGoogleLogInDelegate {
+class QUILLGATE_EXPORT QuillgateGoogleLogInDelegate {
   public:
     virtual ~QuillgateGoogleLogInDelegate() = default;
     virtual void startGoogleLogin() = 0;

@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "quillgate/Export.h"
 #include "quillgate/client/ClientTypes.h"
 #include "quillgate/client/Delegates.h"
 #include "quillgate/client/SharedData.h"
@@ -41,8 +42,8 @@ class ViewController;
 // `shared()` lives until platform::resetProcessState.
 namespace quillgate {
 
-class QuillgateClient : public quillgateVCDelegate,
-                        public std::enable_shared_from_this<QuillgateClient> {
+class QUILLGATE_EXPORT QuillgateClient : public quillgateVCDelegate,
+                                         public std::enable_shared_from_this<QuillgateClient> {
   public:
     static QuillgateClient& shared();
     ~QuillgateClient() override;

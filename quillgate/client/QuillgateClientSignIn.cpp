@@ -60,7 +60,6 @@ constexpr const char* kEncodedEmail = "encodedEmail::";
 constexpr const char* kLogout = "logout................";
 constexpr const char* kLoggedOutSession = "Constants.sessionID  ";
 constexpr const char* kLoggedOutUser = "Constants.userID  ";
-constexpr const char* kOpening = "Opening the web flow screen on ";
 
 constexpr const char* kInvalidURL = "Invalid URL";
 constexpr const char* kNotLoggedIn = "You are not logged in";
@@ -452,7 +451,6 @@ void QuillgateClient::openWebFlow(const std::string& address, bool isAutoLogin) 
     screen->screenType = screenType;
     screen->tierId = tierId.value_or("");
     screen->isAutoLogin = isAutoLogin;
-    platform::log(kOpening + address);
 
     auto window = ui::Application::shared().keyWindow();
     if (!window) {

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "quillgate/Export.h"
 #include "quillgate/records/PaywallRecords.h"
 
 // What the client may ask of a template screen or of the meter banner: two properties it
@@ -11,7 +12,7 @@ namespace quillgate {
 
 class quillgateVCDelegate;
 
-class SharedData {
+class QUILLGATE_EXPORT SharedData {
   public:
     virtual ~SharedData() = default;
 
@@ -30,7 +31,7 @@ class SharedData {
 // The two stored properties of SharedData, for screens that keep them as plain fields: the
 // configuration as a shared, never-changed record, and the client weakly (the client owns the
 // screen).
-class SharedDataFields : public SharedData {
+class QUILLGATE_EXPORT SharedDataFields : public SharedData {
   public:
     SharedCustomizePayWallModel customizePayWallModel() const override { return model_; }
     void setCustomizePayWallModel(SharedCustomizePayWallModel model) override {

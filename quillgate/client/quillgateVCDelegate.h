@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "quillgate/Export.h"
 #include "quillgate/client/ClientTypes.h"
 
 // What a screen may ask of the client. Screens keep it as their `delegate` (weakly: it is
@@ -9,7 +10,7 @@
 // only.
 namespace quillgate {
 
-class quillgateVCDelegate {
+class QUILLGATE_EXPORT quillgateVCDelegate {
   public:
     virtual ~quillgateVCDelegate() = default;
 

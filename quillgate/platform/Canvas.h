@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "quillgate/Export.h"
 #include "quillgate/platform/TextLayout.h"
 
 // A surface to draw on, in points with the origin at the top left and y growing downwards:
@@ -15,7 +16,7 @@
 namespace quillgate::platform {
 
 // A path of straight segments and circular arcs. Plain value.
-class CanvasPath {
+class QUILLGATE_EXPORT CanvasPath {
   public:
     enum class Verb { moveTo, lineTo, arc, close };
     struct Element {
@@ -48,12 +49,12 @@ class CanvasPath {
     std::vector<Element> elements_;
 };
 
-struct GradientStop {
+struct QUILLGATE_EXPORT GradientStop {
     double location = 0;  // 0 to 1
     Rgba color;
 };
 
-class Canvas {
+class QUILLGATE_EXPORT Canvas {
   public:
     virtual ~Canvas() = default;
 

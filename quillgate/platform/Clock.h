@@ -4,6 +4,8 @@
 #include <chrono>
 #include <memory>
 
+#include "quillgate/Export.h"
+
 namespace quillgate::platform {
 
 // Wall-clock time: dates, event timestamps, anything shown or sent.
@@ -22,7 +24,7 @@ inline Duration seconds(double value) {
 // The time of the system. Everything that asks "what time is it" asks the installed clock,
 // so that tests can run on a manual one: the wall clock for dates and event times, the
 // monotonic clock for timers and delayed work. Thread-safe: the HTTP worker may read it.
-class Clock {
+class QUILLGATE_EXPORT Clock {
   public:
     virtual ~Clock() = default;
     virtual TimePoint now() const = 0;
@@ -32,7 +34,7 @@ class Clock {
 };
 
 // Wall-clock time.
-class SystemClock final : public Clock {
+class QUILLGATE_EXPORT SystemClock final : public Clock {
   public:
     TimePoint now() const override { return std::chrono::system_clock::now(); }
     MonotonicTime monotonicNow() const override { return std::chrono::steady_clock::now(); }
@@ -41,7 +43,7 @@ class SystemClock final : public Clock {
 // A clock that stands still until advanced. Starts at a fixed, realistic instant so that
 // date arithmetic in tests is reproducible; its monotonic time starts at the same count.
 // Thread-safe.
-class ManualClock final : public Clock {
+class QUILLGATE_EXPORT ManualClock final : public Clock {
   public:
     ManualClock();
     explicit ManualClock(TimePoint start);

@@ -2,10 +2,12 @@
 
 #include <string>
 
+#include "quillgate/Export.h"
+
 namespace quillgate::platform {
 
 // Facts about the device, as the events report them.
-struct DeviceInfo {
+struct QUILLGATE_EXPORT DeviceInfo {
     std::string model;          // e.g. "x86_64"
     std::string systemName;     // e.g. "Linux"
     std::string systemVersion;  // e.g. "6.1.0"

@@ -4,13 +4,15 @@
 #include <optional>
 #include <string>
 
+#include "quillgate/Export.h"
+
 namespace quillgate::platform {
 
 // The weights of the system font, lightest first, as the styling engine names them.
 enum class FontWeight { ultraLight, thin, light, regular, medium, semibold, bold, heavy, black };
 
 // A face that text can be set in: what a label's font resolves to.
-struct FontFace {
+struct QUILLGATE_EXPORT FontFace {
     std::string postScriptName;  // e.g. "Roboto-Regular"; empty if the machine has no font
     std::string family;          // e.g. "Roboto"; "System" for the system font
     FontWeight weight = FontWeight::regular;
@@ -21,7 +23,7 @@ struct FontFace {
 // for this process, and resolving the names that paywall styles give. Owned by the platform.
 // Implementations are thread-safe: the font downloader reads and registers files on the HTTP
 // session's thread while screens look faces up on the main thread.
-class FontSystem {
+class QUILLGATE_EXPORT FontSystem {
   public:
     virtual ~FontSystem() = default;
     // The PostScript name stored in a font file: nothing if the file is not a font (missing,

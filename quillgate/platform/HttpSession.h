@@ -7,13 +7,15 @@
 #include <utility>
 #include <vector>
 
+#include "quillgate/Export.h"
+
 namespace quillgate::platform {
 
 using HttpHeaders = std::vector<std::pair<std::string, std::string>>;
 
 // A request exactly as it goes on the wire: the method text as given, these headers and no
 // others, the body if any.
-struct HttpRequest {
+struct QUILLGATE_EXPORT HttpRequest {
     std::string url;
     std::string method = "GET";
     HttpHeaders headers;
@@ -26,11 +28,11 @@ struct HttpRequest {
 
     // Value of the first header of that name (case-insensitive), if any.
     std::optional<std::string> header(std::string_view name) const;
-    // "<url>", as the original platform describes a request in its logs.
+    // "<url>": how the log lines describe a request.
     std::string description() const { return url; }
 };
 
-struct HttpResponse {
+struct QUILLGATE_EXPORT HttpResponse {
     long statusCode = 0;
     HttpHeaders headers;
     std::string url;  // the final address, after redirects
@@ -38,14 +40,14 @@ struct HttpResponse {
 
 // A transport failure: no HTTP answer could be had. `code` is the HTTP stack's own number
 // (for curl: 7 connection refused, 28 time-out).
-struct TransportError {
+struct QUILLGATE_EXPORT TransportError {
     int code = 0;
     std::string message;
 };
 
 // How a data task ends, handed back exactly once. On a transport error there is usually no
 // response and no body; with an HTTP answer, the body is present (possibly empty).
-struct HttpResult {
+struct QUILLGATE_EXPORT HttpResult {
     std::optional<std::string> body;
     std::optional<HttpResponse> response;
     std::optional<TransportError> error;
@@ -53,7 +55,7 @@ struct HttpResult {
 
 // How a download task ends: the bytes in a temporary file that the completion may move
 // away; the file is deleted after the completion returns if it is still there.
-struct DownloadResult {
+struct QUILLGATE_EXPORT DownloadResult {
     std::optional<std::filesystem::path> location;
     std::optional<HttpResponse> response;
     std::optional<TransportError> error;
@@ -63,7 +65,7 @@ struct DownloadResult {
 // on the session's own thread (never the caller's), so callers hop back to the run loop
 // themselves, where the system says "on the main queue". Implementations: the curl session
 // (platform/linux) and scripted sessions in tests. Thread-safe.
-class HttpSession {
+class QUILLGATE_EXPORT HttpSession {
   public:
     virtual ~HttpSession() = default;
     virtual void dataTask(HttpRequest request, std::function<void(HttpResult)> completion) = 0;

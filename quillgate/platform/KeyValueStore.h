@@ -5,12 +5,14 @@
 
 #include <nlohmann/json.hpp>
 
+#include "quillgate/Export.h"
+
 namespace quillgate::platform {
 
 // The user defaults: a small persistent map from key to a JSON value. Main thread only.
 // Writes are visible at once to readers; `synchronize` makes them durable. An implementation
 // that cannot persist prints one line and keeps working from memory: a store never throws.
-class KeyValueStore {
+class QUILLGATE_EXPORT KeyValueStore {
   public:
     virtual ~KeyValueStore() = default;
 
@@ -27,7 +29,7 @@ class KeyValueStore {
 };
 
 // A store in memory only, for tests; can be told to fail its next synchronisations.
-class MemoryKeyValueStore final : public KeyValueStore {
+class QUILLGATE_EXPORT MemoryKeyValueStore final : public KeyValueStore {
   public:
     std::optional<nlohmann::json> object(const std::string& key) const override;
     void setObject(const nlohmann::json& value, const std::string& key) override;

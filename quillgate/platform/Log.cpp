@@ -31,16 +31,25 @@ LogSink standardOutputSink() {
     };
 }
 
-void log(std::string_view line) {
-    LogSink sink;
+void setLogSink(LogSink sink) {
+    std::lock_guard lock(detail::sinkMutex());
+    detail::sinkSlot() = std::move(sink);
+}
+
+LogSink currentLogSink() {
     {
         std::lock_guard lock(detail::sinkMutex());
-        sink = detail::sinkSlot();
+        if (detail::sinkSlot()) {
+            return detail::sinkSlot();
+        }
     }
-    if (!sink) {
-        sink = standardOutputSink();
-    }
-    sink(line);
+    return standardOutputSink();
+}
+
+void log(std::string_view line) {
+    // The sink runs outside the lock (a copy), so that it may itself replace the sink or
+    // print, and a slow sink on one thread never holds up another thread's replacement.
+    currentLogSink()(line);
 }
 
 void fatal(std::string_view message) {

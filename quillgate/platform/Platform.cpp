@@ -21,15 +21,19 @@ std::vector<std::function<void()>>& resets() {
     return list;
 }
 
-void setSink(LogSink sink) {
+bool sinkWasSet() {
     std::lock_guard lock(detail::sinkMutex());
-    detail::sinkSlot() = std::move(sink);
+    return static_cast<bool>(detail::sinkSlot());
 }
 }  // namespace
 
 void install(std::shared_ptr<Platform> platform) {
     if (!platform) {
         return;
+    }
+    // A platform without a sink of its own keeps the one the application set.
+    if (!platform->logSink && sinkWasSet()) {
+        platform->logSink = currentLogSink();
     }
     const bool complete = platform->clock && platform->runLoop && platform->http &&
                           platform->defaults && platform->reachability && platform->fonts &&
@@ -67,13 +71,18 @@ void install(std::shared_ptr<Platform> platform) {
         if (!platform->makeImageCanvas)
             platform->makeImageCanvas = fallback->makeImageCanvas;
     }
-    setSink(platform->logSink);
+    setLogSink(platform->logSink);
     slot() = std::move(platform);
 }
 
 Platform& current() {
     if (!slot()) {
-        install(makeLinuxPlatform());
+        auto linuxPlatform = makeLinuxPlatform();
+        // A sink the application set before its first call into the library stays.
+        if (sinkWasSet()) {
+            linuxPlatform->logSink = currentLogSink();
+        }
+        install(std::move(linuxPlatform));
     }
     return *slot();
 }
@@ -107,7 +116,7 @@ void resetProcessState() {
         }
         installed.reset();
     }
-    setSink(nullptr);
+    setLogSink(nullptr);
 }
 
 }  // namespace quillgate::platform

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "quillgate/Export.h"
 #include "quillgate/platform/Canvas.h"
 #include "quillgate/platform/Clock.h"
 #include "quillgate/platform/Device.h"
@@ -22,7 +23,7 @@ namespace quillgate::platform {
 // before its first call into the library, or the library builds the Linux default on first
 // use. Tests install their own (manual clock, temporary state directory, scripted HTTP).
 // Install and reset on the main thread, while no work is in flight.
-struct Platform {
+struct QUILLGATE_EXPORT Platform {
     std::shared_ptr<Clock> clock;
     std::shared_ptr<RunLoop> runLoop;  // the main queue
     std::shared_ptr<HttpSession> http;
@@ -35,7 +36,7 @@ struct Platform {
     DeviceInfo device;
     std::filesystem::path stateDirectory;
     std::filesystem::path documentsDirectory;
-    LogSink logSink;
+    LogSink logSink;  // put in place by install(); replace it later with setLogSink
     std::function<std::string()> makeUuid;  // a random UUID, upper-case text
     // Pictures of the view tree: an image canvas of a size in points and a scale.
     ImageCanvasFactory makeImageCanvas;
@@ -43,16 +44,17 @@ struct Platform {
 
 // Installs `platform` as the process's platform. Missing pieces are filled from the Linux
 // default.
-void install(std::shared_ptr<Platform> platform);
+QUILLGATE_EXPORT void install(std::shared_ptr<Platform> platform);
 // The installed platform; builds and installs the Linux default on first use.
-Platform& current();
-bool isInstalled();
+QUILLGATE_EXPORT Platform& current();
+QUILLGATE_EXPORT bool isInstalled();
 
 // The Linux platform: system clock, curl session, file-backed defaults and documents under
 // `stateDirectory` (default: $XDG_DATA_HOME/quillgate, else ~/.local/share/quillgate),
 // rtnetlink reachability, fontconfig fonts, Pango text layout, libuuid, standard output,
 // Cairo pictures. Defined in platform/linux.
-std::shared_ptr<Platform> makeLinuxPlatform(std::filesystem::path stateDirectory = {});
+QUILLGATE_EXPORT std::shared_ptr<Platform> makeLinuxPlatform(
+    std::filesystem::path stateDirectory = {});
 
 // Shorthands for the installed platform's pieces.
 inline RunLoop& mainQueue() {
@@ -71,11 +73,11 @@ inline TextLayout& textLayout() {
 // Starting over from a clean process state (tests, and hosts that re-create the library):
 // destroys every shared instance of the system (newest first), then uninstalls the platform
 // (its user defaults are synchronised first). The next use builds everything afresh.
-void resetProcessState();
+QUILLGATE_EXPORT void resetProcessState();
 
 // Called by each shared instance of the system when it is created, so that
 // resetProcessState can destroy it.
-void registerSharedInstanceReset(std::function<void()> reset);
+QUILLGATE_EXPORT void registerSharedInstanceReset(std::function<void()> reset);
 
 // The one way the system keeps a shared instance ("T::shared()"): created on first use,
 // destroyed by resetProcessState. Main thread only.

@@ -1,16 +1,18 @@
 #pragma once
 
+#include "quillgate/Export.h"
+
 namespace quillgate::platform {
 
 // "Is the network up": asked before every request. Linux: a default route exists.
-class Reachability {
+class QUILLGATE_EXPORT Reachability {
   public:
     virtual ~Reachability() = default;
     virtual bool isReachable() = 0;
 };
 
 // A switch for tests.
-class FixedReachability final : public Reachability {
+class QUILLGATE_EXPORT FixedReachability final : public Reachability {
   public:
     explicit FixedReachability(bool up = true) : up_(up) {}
     bool isReachable() override { return up_; }

@@ -5,8 +5,8 @@
 namespace quillgate::platform {
 
 namespace {
-// The original platform never fires a timer more often than this; a zero interval would
-// otherwise spin the loop forever.
+// No timer fires more often than this: a zero interval would otherwise spin the loop
+// forever.
 constexpr double kMinimumTimerInterval = 0.0001;
 
 bool later(const auto& a, const auto& b) {
@@ -83,9 +83,9 @@ std::size_t RunLoop::runPending() {
         if (entry.timer) {
             auto timer = std::move(entry.timer);
             if (timer->repeats_) {
-                // Reschedule before firing so the handler may invalidate it. Like the
-                // original platform's timers, the next fire date counts from this one's due
-                // time, skipping fire dates that have already passed.
+                // Reschedule before firing so the handler may invalidate it. The next fire
+                // date counts from this one's due time, so a late loop doesn't drift the
+                // ping's period, and fire dates that have already passed are skipped.
                 auto next = entry.due + seconds(timer->interval_);
                 const auto now = clock_->monotonicNow();
                 while (next <= now && !clock_->isManual()) {

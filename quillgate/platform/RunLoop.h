@@ -8,6 +8,7 @@
 #include <optional>
 #include <vector>
 
+#include "quillgate/Export.h"
 #include "quillgate/platform/Clock.h"
 
 namespace quillgate::platform {
@@ -15,9 +16,9 @@ namespace quillgate::platform {
 class RunLoop;
 
 // A repeating or one-shot timer on the run loop. The run loop keeps a scheduled timer alive
-// until it is invalidated (or, for a one-shot timer, has fired), as the original platform
-// does: dropping the last handle does not stop it.
-class Timer {
+// until it is invalidated (or, for a one-shot timer, has fired): dropping the last handle
+// does not stop it, so a screen's countdown runs without the screen keeping the timer.
+class QUILLGATE_EXPORT Timer {
   public:
     void invalidate();
     bool isValid() const { return valid_; }
@@ -39,7 +40,7 @@ class Timer {
 // then order of scheduling. Timers and delays follow the installed clock's monotonic time, so
 // that a step of the wall clock neither bunches nor delays them; with a manual clock they fire
 // only when a test advances it (see `advance`).
-class RunLoop {
+class QUILLGATE_EXPORT RunLoop {
   public:
     using Task = std::function<void()>;
 

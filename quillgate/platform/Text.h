@@ -6,7 +6,7 @@
 
 #include "quillgate/platform/Clock.h"
 
-// Text operations with the original platform's semantics, on ICU (platform/linux/Text.cpp).
+// Text operations with the semantics stated below, on ICU (platform/linux/Text.cpp).
 // All texts are UTF-8. Pure functions, any thread. Invalid UTF-8 never crashes: it is read
 // with replacement characters.
 namespace quillgate::platform::text {

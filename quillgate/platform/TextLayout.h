@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "quillgate/Export.h"
 #include "quillgate/platform/FontSystem.h"
 
 // Measuring (and, through a canvas, drawing) styled text: the one service the view toolkit
@@ -19,7 +20,7 @@
 namespace quillgate::platform {
 
 // sRGB channels from 0 to 1.
-struct Rgba {
+struct QUILLGATE_EXPORT Rgba {
     double r = 0;
     double g = 0;
     double b = 0;
@@ -29,7 +30,7 @@ struct Rgba {
 
 // A face at a size. `postScriptName` names an exact face when it is not empty; otherwise (or
 // when no face has that name) the system face of `weight` sets the text.
-struct TextFont {
+struct QUILLGATE_EXPORT TextFont {
     std::string postScriptName;
     double size = 17;
     FontWeight weight = FontWeight::regular;
@@ -41,7 +42,7 @@ enum class TextLineStyle { none = 0, single = 1, thick = 2, double_ = 9 };
 
 // One stretch of the text with its attributes. Ranges are UTF-8 byte offsets into the
 // block's text; runs are in order and cover the whole text.
-struct TextRun {
+struct QUILLGATE_EXPORT TextRun {
     std::size_t location = 0;
     std::size_t length = 0;
     TextFont font{};
@@ -68,7 +69,7 @@ enum class LineBreak {
     byTruncatingMiddle
 };
 
-struct TextBlock {
+struct QUILLGATE_EXPORT TextBlock {
     std::string text;
     std::vector<TextRun> runs;
     TextAlign alignment = TextAlign::natural;
@@ -77,13 +78,13 @@ struct TextBlock {
     friend bool operator==(const TextBlock&, const TextBlock&) = default;
 };
 
-struct TextMetrics {
+struct QUILLGATE_EXPORT TextMetrics {
     double width = 0;   // the widest line's ink advance, fractional
     double height = 0;  // all laid-out lines, fractional
     int lineCount = 0;
 };
 
-class TextLayout {
+class QUILLGATE_EXPORT TextLayout {
   public:
     virtual ~TextLayout() = default;
     // The size `block` takes when laid out at most `width` wide (a width of 0 or less: no

@@ -22,7 +22,7 @@ struct Url {
 // Parses an absolute address ("scheme://..."; custom schemes such as the library's deep link
 // included). Nothing if the parser refuses it: no scheme, a blank or other raw character that
 // an address may not hold, a bad port. The parts come from the parser; `text` stays the text
-// as given, as the original platform's absolute string does.
+// as given, since log lines and the web flow compare addresses as the client built them.
 std::optional<Url> parse(std::string_view address);
 
 // The address `reference` stands for on a page at `base`: an absolute reference as it stands,

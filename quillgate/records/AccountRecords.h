@@ -1,10 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
+
+#include "quillgate/Export.h"
 
 // The remaining bodies of the access service: the reader's account (`UserDetails`), the offer
 // for one article (`ContentDetails`), the answers of login, auto-login, purchase and logout,
@@ -17,9 +21,14 @@
 
 namespace quillgate {
 
+namespace ui {
+class View;
+class ViewController;
+}  // namespace ui
+
 // A decimal amount as the service's document store sends it: {"$numberDecimal": "12.50"}.
 // The text is kept as it stands; nothing converts it.
-struct Balance {
+struct QUILLGATE_EXPORT Balance {
     std::optional<std::string> numberString;
 
     static constexpr std::string_view typeName = "Balance";
@@ -30,7 +39,7 @@ struct Balance {
     bool operator==(const Balance&) const = default;
 };
 
-struct Wallet {
+struct QUILLGATE_EXPORT Wallet {
     std::optional<std::string> currency;
     std::optional<Balance> balance;
 
@@ -44,7 +53,7 @@ struct Wallet {
 };
 
 // A postal address; "pincode" is text on the wire.
-struct Address {
+struct QUILLGATE_EXPORT Address {
     std::optional<std::string> apartment;
     std::optional<std::string> area;
     std::optional<std::string> city;
@@ -68,7 +77,7 @@ struct Address {
 };
 
 // The reader's account, the answer of the user call.
-struct UserDetails {
+struct QUILLGATE_EXPORT UserDetails {
     std::optional<std::string> _id;
     std::optional<std::string> name;
     std::optional<std::string> phoneNumber;
@@ -101,7 +110,7 @@ struct UserDetails {
 
 // The smaller view of the reader nested in ContentDetails; not interchangeable with
 // UserDetails.
-struct UserDetail {
+struct QUILLGATE_EXPORT UserDetail {
     std::optional<Wallet> wallet;
 
     static constexpr std::string_view typeName = "UserDetail";
@@ -112,7 +121,7 @@ struct UserDetail {
     bool operator==(const UserDetail&) const = default;
 };
 
-struct PaywallCustomization {
+struct QUILLGATE_EXPORT PaywallCustomization {
     std::optional<std::string> subscriptionTitle;
     std::optional<std::string> subscriptionText;
 
@@ -125,7 +134,7 @@ struct PaywallCustomization {
     bool operator==(const PaywallCustomization&) const = default;
 };
 
-struct ValidPass {
+struct QUILLGATE_EXPORT ValidPass {
     std::optional<double> price;
     std::optional<std::string> title;
     std::optional<int64_t> duration;
@@ -140,7 +149,7 @@ struct ValidPass {
     bool operator==(const ValidPass&) const = default;
 };
 
-struct MicroPricing {
+struct QUILLGATE_EXPORT MicroPricing {
     std::optional<double> price;
     std::optional<int64_t> duration;
 
@@ -153,7 +162,7 @@ struct MicroPricing {
     bool operator==(const MicroPricing&) const = default;
 };
 
-struct CouponDetails {
+struct QUILLGATE_EXPORT CouponDetails {
     std::optional<std::string> code;
     std::optional<bool> newUsersOnly;
 
@@ -167,7 +176,7 @@ struct CouponDetails {
 };
 
 // The offer for one article, shown by the default paywall.
-struct ContentDetails {
+struct QUILLGATE_EXPORT ContentDetails {
     std::optional<double> price;
     std::optional<std::string> currencySymbol;
     std::optional<std::string> subscriptionUrl;
@@ -195,7 +204,7 @@ struct ContentDetails {
 };
 
 // The answer of the step that opens a login.
-struct LoginChallenge {
+struct QUILLGATE_EXPORT LoginChallenge {
     std::optional<std::string> loginChallengeID;
     std::optional<std::string> sessionID;
     std::optional<std::string> redirectTo;
@@ -212,7 +221,7 @@ struct LoginChallenge {
     bool operator==(const LoginChallenge&) const = default;
 };
 
-struct AutoLoginModel {
+struct QUILLGATE_EXPORT AutoLoginModel {
     std::optional<bool> status;
     std::optional<std::string> message;
     std::optional<std::string> token;
@@ -232,7 +241,7 @@ struct AutoLoginModel {
 };
 
 // The service's error body. "message" is a list of texts; a single text fails the decoding.
-struct APIResponse {
+struct QUILLGATE_EXPORT APIResponse {
     std::optional<int64_t> statusCode;
     std::optional<std::vector<std::string>> message;
     std::optional<std::string> error;
@@ -247,7 +256,7 @@ struct APIResponse {
     bool operator==(const APIResponse&) const = default;
 };
 
-struct PurchaseModel {
+struct QUILLGATE_EXPORT PurchaseModel {
     std::optional<std::string> signature;
 
     static constexpr std::string_view typeName = "PurchaseModel";
@@ -258,7 +267,7 @@ struct PurchaseModel {
     bool operator==(const PurchaseModel&) const = default;
 };
 
-struct LogoutModel {
+struct QUILLGATE_EXPORT LogoutModel {
     std::optional<std::string> message;
 
     static constexpr std::string_view typeName = "LogoutModel";
@@ -270,7 +279,7 @@ struct LogoutModel {
 };
 
 // A promotional popup. Its `imageURL` is shown, and popup events report it as their "url".
-struct PopUpModel {
+struct QUILLGATE_EXPORT PopUpModel {
     std::optional<std::string> id;
     std::optional<std::string> clientID;
     std::optional<std::string> title;
@@ -309,7 +318,7 @@ struct PopUpModel {
 
 // The plan family. Plain members are required; only the std::optional ones may be absent.
 
-struct FreeTrial {
+struct QUILLGATE_EXPORT FreeTrial {
     bool enabled = false;
     std::optional<int64_t> duration;
 
@@ -323,7 +332,7 @@ struct FreeTrial {
 };
 
 // One price tier: "price" may be any number, "duration" must be a whole one.
-struct Tier {
+struct QUILLGATE_EXPORT Tier {
     std::optional<double> basePrice;
     std::optional<std::string> _id;
     double price = 0;
@@ -341,7 +350,7 @@ struct Tier {
 };
 
 // One plan. `benefits` is the one member the subscription screen rewrites after decoding.
-struct Subscriptions {
+struct QUILLGATE_EXPORT Subscriptions {
     FreeTrial freeTrial;
     std::string benefits;
     bool physical = false;
@@ -377,7 +386,7 @@ struct Subscriptions {
 };
 
 // The plans of a publisher, for the subscription screen. Spelled as the service spells it.
-struct EmbededSubscription {
+struct QUILLGATE_EXPORT EmbededSubscription {
     std::string title;
     std::vector<Subscriptions> subscriptions;
 
@@ -391,10 +400,21 @@ struct EmbededSubscription {
 };
 
 // Not a wire record: the subscription screen's benefits of one plan, split into lines.
-struct SingleSubscriptionCurrency {
+struct QUILLGATE_EXPORT SingleSubscriptionCurrency {
     std::vector<std::string> benefits;
 
     bool operator==(const SingleSubscriptionCurrency&) const = default;
+};
+
+// Not a wire record: a controller and one of its views, for an application that keeps track
+// of where it placed the library's screens. Both are held strongly, so the pair keeps the
+// controller and the view alive as long as it lives. The library itself never reads one.
+struct QUILLGATE_EXPORT ViewLayoutInfo {
+    std::shared_ptr<ui::ViewController> vc;
+    std::shared_ptr<ui::View> view;
+
+    ViewLayoutInfo(std::shared_ptr<ui::ViewController> vc, std::shared_ptr<ui::View> view)
+        : vc(std::move(vc)), view(std::move(view)) {}
 };
 
 }  // namespace quillgate

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "quillgate/Export.h"
+
 // The journey records: the access service's answer to one article (may the reader read it,
 // by which right, and what to put over it when not). `UserJourneyModel` is the root.
 //
@@ -21,7 +23,7 @@
 namespace quillgate {
 
 // One trigger: a threshold of some kind, switched on or off.
-struct DesktopPageLoad {
+struct QUILLGATE_EXPORT DesktopPageLoad {
     std::optional<int64_t> value;
     std::optional<std::string> type;
     std::optional<bool> enabled;
@@ -37,7 +39,7 @@ struct DesktopPageLoad {
 };
 
 // The triggers of a paywall or popup action. All four share one shape on purpose.
-struct Conditions {
+struct QUILLGATE_EXPORT Conditions {
     std::optional<DesktopPageLoad> desktopScrollDepth;
     std::optional<DesktopPageLoad> mobileScrollDepth;
     std::optional<DesktopPageLoad> desktopPageLoad;
@@ -54,7 +56,7 @@ struct Conditions {
     bool operator==(const Conditions&) const = default;
 };
 
-struct ActionIDData {
+struct QUILLGATE_EXPORT ActionIDData {
     std::optional<Conditions> conditions;
     // Becomes the client's paywallId and selects the paywall configuration.
     std::optional<std::string> actionID;
@@ -69,7 +71,7 @@ struct ActionIDData {
 };
 
 // The paywall action the journey asks for when the article stays locked.
-struct ActionID {
+struct QUILLGATE_EXPORT ActionID {
     std::optional<bool> isFallback;
     std::optional<std::string> message;
     std::optional<ActionIDData> data;
@@ -85,7 +87,7 @@ struct ActionID {
 };
 
 // A count by name, but text on the wire.
-struct Variables {
+struct QUILLGATE_EXPORT Variables {
     std::optional<std::string> stepCount;
 
     static constexpr std::string_view typeName = "Variables";
@@ -96,7 +98,7 @@ struct Variables {
     bool operator==(const Variables&) const = default;
 };
 
-struct MobileAction {
+struct QUILLGATE_EXPORT MobileAction {
     std::optional<std::string> title;
     std::optional<std::string> previewURL;
     std::optional<std::string> type;  // reported as paywallType in meter events
@@ -116,7 +118,7 @@ struct MobileAction {
 };
 
 // The page-view meter. `frequency` is text here, unlike `Condition::frequency`.
-struct ViewMeter {
+struct QUILLGATE_EXPORT ViewMeter {
     std::optional<std::string> resetIntervalType;
     std::optional<std::string> frequency;
     std::optional<bool> enabled;
@@ -140,7 +142,7 @@ struct ViewMeter {
 };
 
 // One condition of a micropay meter.
-struct Condition {
+struct QUILLGATE_EXPORT Condition {
     std::optional<std::string> paymentType;
     std::optional<int64_t> ttlValue;
     std::optional<std::string> id;
@@ -159,7 +161,7 @@ struct Condition {
     bool operator==(const Condition&) const = default;
 };
 
-struct MicropayMeter {
+struct QUILLGATE_EXPORT MicropayMeter {
     std::optional<std::string> target;
     std::optional<std::vector<Condition>> conditions;
     std::optional<bool> enabled;
@@ -175,7 +177,7 @@ struct MicropayMeter {
 };
 
 // The conditions of a metering action.
-struct PurpleConditions {
+struct QUILLGATE_EXPORT PurpleConditions {
     std::optional<std::string> id;
     std::optional<DesktopPageLoad> mobileScrollDepth;
     std::optional<MicropayMeter> micropayMeter;
@@ -200,7 +202,7 @@ struct PurpleConditions {
     bool operator==(const PurpleConditions&) const = default;
 };
 
-struct MeteringActionData {
+struct QUILLGATE_EXPORT MeteringActionData {
     std::optional<bool> showBanner;
     std::optional<PurpleConditions> conditions;
     std::optional<std::string> actionID;  // reported as paywallId in meter events
@@ -218,7 +220,7 @@ struct MeteringActionData {
 };
 
 // The metering banner's wrapper; unlike ActionID it has no message.
-struct MeteringAction {
+struct QUILLGATE_EXPORT MeteringAction {
     std::optional<bool> isFallback;
     std::optional<MeteringActionData> data;
 
@@ -231,7 +233,7 @@ struct MeteringAction {
     bool operator==(const MeteringAction&) const = default;
 };
 
-struct PopupActionData {
+struct QUILLGATE_EXPORT PopupActionData {
     std::optional<std::string> popupActionID;  // reported as popupId in popup events
     std::optional<Conditions> conditions;
 
@@ -244,7 +246,7 @@ struct PopupActionData {
     bool operator==(const PopupActionData&) const = default;
 };
 
-struct PopupAction {
+struct QUILLGATE_EXPORT PopupAction {
     std::optional<bool> isFallback;
     std::optional<std::string> message;
     std::optional<PopupActionData> data;
@@ -259,7 +261,7 @@ struct PopupAction {
     bool operator==(const PopupAction&) const = default;
 };
 
-struct Facebook {
+struct QUILLGATE_EXPORT Facebook {
     std::optional<std::vector<std::string>> events;
 
     static constexpr std::string_view typeName = "Facebook";
@@ -270,7 +272,7 @@ struct Facebook {
     bool operator==(const Facebook&) const = default;
 };
 
-struct Pixels {
+struct QUILLGATE_EXPORT Pixels {
     std::optional<Facebook> facebook;
 
     static constexpr std::string_view typeName = "Pixels";
@@ -282,7 +284,7 @@ struct Pixels {
 };
 
 // Spelled as the service's schema spells it.
-struct PriceOverridess {
+struct QUILLGATE_EXPORT PriceOverridess {
     std::optional<std::vector<std::string>> country;
 
     static constexpr std::string_view typeName = "PriceOverridess";
@@ -294,7 +296,7 @@ struct PriceOverridess {
 };
 
 // The article as the service stores it. Only "_id" is read, never "id".
-struct Content {
+struct QUILLGATE_EXPORT Content {
     std::optional<std::string> title;
     std::optional<std::string> url;
     std::optional<std::vector<std::string>> tags;
@@ -355,7 +357,7 @@ struct Content {
 
 // The root: the journey service's answer for one article. "consumptionID" keeps its
 // upper-case "ID"; the paywall action comes under "actionId" (a root "actionID" is ignored).
-struct UserJourneyModel {
+struct QUILLGATE_EXPORT UserJourneyModel {
     std::optional<bool> sessionExists;
     std::optional<int64_t> accessTimeLeft;
     std::optional<bool> unlockedWithMicropayMeter;

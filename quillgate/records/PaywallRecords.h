@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "quillgate/Export.h"
+
 // The paywall configuration records: the look and the offers of a template paywall
 // (`CustomizePayWallModel`) and of the metering banner (`MeterModel`). Both carry the same
 // style document, `JSONs`; they differ in how they name the template: a nested
@@ -20,7 +22,7 @@
 namespace quillgate {
 
 // One frame. The numbers are integers on the wire; a fractional one fails the decoding.
-struct borderData {
+struct QUILLGATE_EXPORT borderData {
     std::optional<std::string> backgroundColor;
     std::optional<int64_t> borderWidthValue;
     std::optional<int64_t> radius;
@@ -38,7 +40,7 @@ struct borderData {
 };
 
 // The thirteen elements that have a frame.
-struct Borders {
+struct QUILLGATE_EXPORT Borders {
     std::optional<borderData> mainDiv;
     std::optional<borderData> mainSubmitBtn;
     std::optional<borderData> contentDivBtn;
@@ -72,7 +74,7 @@ struct Borders {
     bool operator==(const Borders&) const = default;
 };
 
-struct StyleForBackgrounds {
+struct QUILLGATE_EXPORT StyleForBackgrounds {
     std::optional<Borders> border;
 
     static constexpr std::string_view typeName = "StyleForBackgrounds";
@@ -84,7 +86,7 @@ struct StyleForBackgrounds {
 };
 
 // One text style.
-struct typographyData {
+struct QUILLGATE_EXPORT typographyData {
     std::optional<std::string> text;
     std::optional<std::string> textAlign;
     std::optional<std::string> textDecoration;
@@ -109,7 +111,7 @@ struct typographyData {
 
 // The thirty-nine text styles. "Discription", "AlreadyLeftText", "CutPriceText" and
 // "orvelantBalance" are the service's keys, spelling and case included.
-struct typography {
+struct QUILLGATE_EXPORT typography {
     std::optional<typographyData> heading;
     std::optional<typographyData> subHeading;
     std::optional<typographyData> mainSubmitBtn;
@@ -195,7 +197,7 @@ struct typography {
     bool operator==(const typography&) const = default;
 };
 
-struct StyleForTexts {
+struct QUILLGATE_EXPORT StyleForTexts {
     // Qualified: the member shares its name with its type.
     std::optional<quillgate::typography> typography;
 
@@ -208,7 +210,7 @@ struct StyleForTexts {
 };
 
 // What one button or radio button stands for.
-struct SlotDetails {
+struct QUILLGATE_EXPORT SlotDetails {
     std::optional<std::string> value;
     std::optional<std::string> redirectUrl;
     std::optional<std::string> url;
@@ -224,7 +226,7 @@ struct SlotDetails {
 };
 
 // The five things a reader can choose.
-struct SlotInfo {
+struct QUILLGATE_EXPORT SlotInfo {
     std::optional<SlotDetails> contentDivBtn;
     std::optional<SlotDetails> passDivBtn;
     std::optional<SlotDetails> subDivBtn;
@@ -243,7 +245,7 @@ struct SlotInfo {
     bool operator==(const SlotInfo&) const = default;
 };
 
-struct SlotDataInfo {
+struct QUILLGATE_EXPORT SlotDataInfo {
     std::optional<SlotInfo> slot;
 
     static constexpr std::string_view typeName = "SlotDataInfo";
@@ -255,7 +257,7 @@ struct SlotDataInfo {
 };
 
 // The timer of timer templates. Both are text on the wire, "time" too.
-struct TimerInfo {
+struct QUILLGATE_EXPORT TimerInfo {
     std::optional<std::string> type;
     std::optional<std::string> time;
 
@@ -269,7 +271,7 @@ struct TimerInfo {
 };
 
 // The style document shared by the paywall and the banner configurations.
-struct JSONs {
+struct QUILLGATE_EXPORT JSONs {
     std::optional<StyleForBackgrounds> styleForBackground;
     std::optional<StyleForTexts> styleForText;
     std::optional<SlotDataInfo> slotData;
@@ -287,7 +289,7 @@ struct JSONs {
 };
 
 // Which template, as a nested object. The members are named exactly as the keys.
-struct TemplateIDs {
+struct QUILLGATE_EXPORT TemplateIDs {
     std::optional<std::string> _id;
     std::optional<std::string> name;
     std::optional<std::string> paywallType;
@@ -306,7 +308,7 @@ struct TemplateIDs {
     bool operator==(const TemplateIDs&) const = default;
 };
 
-struct ConfigurationData {
+struct QUILLGATE_EXPORT ConfigurationData {
     std::optional<TemplateIDs> templateId;
     std::optional<JSONs> json;
 
@@ -320,7 +322,7 @@ struct ConfigurationData {
 };
 
 // Only the phone branch is declared; other platforms' branches are ignored.
-struct Configuration {
+struct QUILLGATE_EXPORT Configuration {
     std::optional<ConfigurationData> mobile;
 
     static constexpr std::string_view typeName = "Configuration";
@@ -331,7 +333,7 @@ struct Configuration {
     bool operator==(const Configuration&) const = default;
 };
 
-struct DataModel {
+struct QUILLGATE_EXPORT DataModel {
     std::optional<Configuration> configuration;
     std::optional<std::string> name;
 
@@ -345,7 +347,7 @@ struct DataModel {
 };
 
 // The root of the paywall configuration call.
-struct CustomizePayWallModel {
+struct QUILLGATE_EXPORT CustomizePayWallModel {
     std::optional<bool> isFallback;
     std::optional<std::string> message;
     std::optional<DataModel> data;
@@ -365,7 +367,7 @@ using SharedCustomizePayWallModel = std::shared_ptr<const CustomizePayWallModel>
 
 // The banner's configuration. Here "templateId" is a plain string and "json" is read into
 // `configurationJSON`.
-struct ConfigurationInfo {
+struct QUILLGATE_EXPORT ConfigurationInfo {
     std::optional<std::string> templateID;
     std::optional<JSONs> configurationJSON;
     std::optional<std::string> url;
@@ -382,7 +384,7 @@ struct ConfigurationInfo {
     bool operator==(const ConfigurationInfo&) const = default;
 };
 
-struct DataClass {
+struct QUILLGATE_EXPORT DataClass {
     std::optional<std::string> deviceType;
     std::optional<std::string> id;
     std::optional<std::string> clientID;
@@ -408,7 +410,7 @@ struct DataClass {
 };
 
 // The root of the metering banner's configuration call.
-struct MeterModel {
+struct QUILLGATE_EXPORT MeterModel {
     std::optional<DataClass> data;
 
     static constexpr std::string_view typeName = "MeterModel";

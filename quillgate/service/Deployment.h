@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "quillgate/Export.h"
 #include "quillgate/service/Mode.h"
 
 // Where the library's remote parties live. One table per deployment: for each mode the
@@ -14,7 +15,7 @@
 // Main thread only, like the rest of the client's state.
 namespace quillgate {
 
-struct ServiceAddresses {
+struct QUILLGATE_EXPORT ServiceAddresses {
     // The access service's REST base, without a trailing "/" (paths begin with one).
     std::string apiBase;
     // The base of the service's web pages, with a trailing "/".
@@ -25,7 +26,7 @@ struct ServiceAddresses {
     bool operator==(const ServiceAddresses&) const = default;
 };
 
-struct Deployment {
+struct QUILLGATE_EXPORT Deployment {
     ServiceAddresses stage;
     ServiceAddresses sandbox;
     ServiceAddresses production;

@@ -2,6 +2,7 @@
 
 #include "quillgate/client/QuillgateClient.h"
 #include "quillgate/platform/Platform.h"
+#include "quillgate/ui/Animation.h"
 #include "quillgate/ui/Application.h"
 #include "quillgate/ui/Label.h"
 #include "quillgate/ui/View.h"
@@ -70,24 +71,18 @@ void Toast::show(const std::string& message, ui::Color backgroundColor, ui::Colo
     }
 
     std::weak_ptr<ui::View> weakBox = box;
-    platform::mainQueue().asyncAfter(duration, [weakBox] {
-        auto faded = weakBox.lock();
-        if (!faded) {
-            return;
-        }
-        faded->setAlpha(0);
-        platform::mainQueue().asyncAfter(fadeSeconds, [weakBox] {
-            auto gone = weakBox.lock();
-            if (!gone) {
-                return;
-            }
-            gone->removeFromSuperview();
-            auto& toast = Toast::shared();
-            if (toast.toastView == gone) {
-                toast.toastView.reset();
-            }
-        });
-    });
+    ui::animateAlpha(box, 0, {fadeSeconds, duration, ui::AnimationCurve::easeOut},
+                     [weakBox](bool finished) {
+                         auto gone = weakBox.lock();
+                         if (!finished || !gone) {
+                             return;
+                         }
+                         gone->removeFromSuperview();
+                         auto& toast = Toast::shared();
+                         if (toast.toastView == gone) {
+                             toast.toastView.reset();
+                         }
+                     });
 }
 
 }  // namespace quillgate

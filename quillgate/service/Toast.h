@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "quillgate/Export.h"
 #include "quillgate/ui/Color.h"
 #include "quillgate/ui/Font.h"
 
@@ -20,7 +21,7 @@ class View;
 // 0 over 0.3 seconds (ease-out), then it is removed. Main thread only.
 namespace quillgate {
 
-class Toast {
+class QUILLGATE_EXPORT Toast {
   public:
     // Where the box stands in the window.
     static constexpr int top = 0;     // its top 20 points below the window's top

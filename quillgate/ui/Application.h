@@ -3,6 +3,7 @@
 #include <memory>
 #include <vector>
 
+#include "quillgate/Export.h"
 #include "quillgate/platform/Platform.h"
 #include "quillgate/ui/Geometry.h"
 #include "quillgate/ui/WindowScene.h"
@@ -23,12 +24,12 @@ class ViewController;
 class View;
 class Window;
 
-struct Screen {
+struct QUILLGATE_EXPORT Screen {
     Rect bounds{0, 0, 390, 844};
     double scale = 3;
 };
 
-// The original platform's numbering.
+// Fixed numbering: hosts and device reports use these values.
 enum class DeviceOrientation {
     unknown = 0,
     portrait = 1,
@@ -41,7 +42,7 @@ enum class DeviceOrientation {
 
 enum class ApplicationState { active = 0, inactive = 1, background = 2 };
 
-class Application {
+class QUILLGATE_EXPORT Application {
   public:
     static Application& shared();
 

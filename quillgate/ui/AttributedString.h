@@ -14,7 +14,7 @@
 // Out-of-range ranges are clipped to the text, never a fault.
 namespace quillgate::ui {
 
-// Horizontal alignment of text, with the original platform's numbering.
+// Horizontal alignment of text; the numbering is fixed, as styles store these values.
 enum class TextAlignment { left = 0, center = 1, right = 2, justified = 3, natural = 4 };
 
 // What a label does with text that does not fit, with the original platform's numbering:

@@ -11,7 +11,7 @@
 
 // A button: a title, title colour, attributed title and image per control state, and a
 // title label that carries the font. A value missing for the current state falls back to the
-// normal state's, as on the original platform; an attributed title wins over a plain one.
+// normal state's, so a screen sets only what differs; an attributed title wins over a plain one.
 // `tap()` (from Control) is how a test or host presses it. Main thread only.
 namespace quillgate::ui {
 

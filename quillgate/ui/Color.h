@@ -4,12 +4,14 @@
 #include <string>
 #include <string_view>
 
+#include "quillgate/Export.h"
+
 // A colour as the view tree keeps it: red, green, blue and alpha as doubles from 0 to 1 in
 // the sRGB space. Plain value; any thread. Equality is exact, so that a test can check that
 // an element took the colour a configuration asked for.
 namespace quillgate::ui {
 
-struct Color {
+struct QUILLGATE_EXPORT Color {
     double r = 0;  // red
     double g = 0;  // green
     double b = 0;  // blue
@@ -24,7 +26,7 @@ struct Color {
     }
     static constexpr Color white(double w, double alpha = 1) { return Color{w, w, w, alpha}; }
 
-    // The named colours of the original platform.
+    // The named colours that screens and styles refer to by name.
     static constexpr Color clear() { return Color{0, 0, 0, 0}; }
     static constexpr Color black() { return Color{0, 0, 0, 1}; }
     static constexpr Color white() { return Color{1, 1, 1, 1}; }

@@ -49,7 +49,7 @@ constexpr ControlState operator|(ControlState a, ControlState b) {
     return static_cast<ControlState>(static_cast<unsigned>(a) | static_cast<unsigned>(b));
 }
 
-// The original platform's numbering.
+// Fixed numbering: screens store and compare these values.
 enum class ContentHorizontalAlignment {
     center = 0,
     left = 1,

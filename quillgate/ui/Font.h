@@ -3,12 +3,14 @@
 #include <optional>
 #include <string>
 
+#include "quillgate/Export.h"
+
 // A font as the view tree keeps it: a face name, a point size and a weight. Plain value.
 // `named` asks the installed platform's font system whether a face exists, so it runs on the
 // main thread; the rest is pure.
 namespace quillgate::ui {
 
-// Weights of the system font, with the original platform's numeric values.
+// Weights of the system font, with the numeric values that styles are written against.
 enum class FontWeight {
     ultraLight,
     thin,
@@ -22,11 +24,11 @@ enum class FontWeight {
 };
 
 // The platform's number for a weight (-0.8 for ultra light ... 0.62 for black).
-double fontWeightValue(FontWeight weight);
+QUILLGATE_EXPORT double fontWeightValue(FontWeight weight);
 // "UltraLight", "Thin", ..., "Black".
-const char* fontWeightName(FontWeight weight);
+QUILLGATE_EXPORT const char* fontWeightName(FontWeight weight);
 
-struct Font {
+struct QUILLGATE_EXPORT Font {
     std::string name;  // PostScript name of the face; ".SFUI-<Weight>" for the system font
     double size = 17;
     FontWeight weight = FontWeight::regular;

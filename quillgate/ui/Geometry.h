@@ -2,23 +2,25 @@
 
 #include <algorithm>
 
+#include "quillgate/Export.h"
+
 // Points, sizes, rectangles and insets of the view tree, in points (not pixels), with the
 // origin at the top left and y growing downwards. Plain values; any thread.
 namespace quillgate::ui {
 
-struct Point {
+struct QUILLGATE_EXPORT Point {
     double x = 0;
     double y = 0;
     friend bool operator==(const Point&, const Point&) = default;
 };
 
-struct Size {
+struct QUILLGATE_EXPORT Size {
     double width = 0;
     double height = 0;
     friend bool operator==(const Size&, const Size&) = default;
 };
 
-struct Rect {
+struct QUILLGATE_EXPORT Rect {
     Point origin;
     Size size;
 
@@ -50,7 +52,7 @@ struct Rect {
     friend bool operator==(const Rect&, const Rect&) = default;
 };
 
-struct EdgeInsets {
+struct QUILLGATE_EXPORT EdgeInsets {
     double top = 0;
     double left = 0;
     double bottom = 0;

@@ -7,21 +7,23 @@
 #include <string>
 #include <vector>
 
+#include "quillgate/Export.h"
+
 // Key-value observation of a few properties of the view tree ("contentSize" of a scroll
 // view, "loading" of a web view), as the screens observe them. An observer is identified by
 // a pointer (usually the observing controller); it registers a handler per key path and is
 // called synchronously, in registration order, each time the property is set. Main thread
-// only. Unlike the original platform, removing an observer that isn't registered does
-// nothing rather than ending the program.
+// only. Removing an observer that isn't registered does nothing: a screen torn down twice
+// must not end the program.
 namespace quillgate::ui {
 
-struct KeyValueChange {
+struct QUILLGATE_EXPORT KeyValueChange {
     std::string keyPath;
     std::any newValue;  // the property's value type, e.g. ui::Size for "contentSize"
     std::any oldValue;
 };
 
-class KeyValueObservable {
+class QUILLGATE_EXPORT KeyValueObservable {
   public:
     using Handler = std::function<void(const KeyValueChange&)>;
 

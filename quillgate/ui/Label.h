@@ -6,8 +6,8 @@
 #include "quillgate/ui/AttributedString.h"
 #include "quillgate/ui/View.h"
 
-// A text label. Plain text and attributed text are two views of one value, as on the
-// original platform: setting the text drops the attributes; setting attributed text sets the
+// A text label. Plain text and attributed text are two views of one value, never out of
+// step: setting the text drops the attributes; setting attributed text sets the
 // text to its characters; setting the font or colour while attributed text is shown applies
 // it to the whole of it. Labels don't take touches unless told to. Main thread only.
 namespace quillgate::ui {

@@ -15,8 +15,8 @@
 //
 // Ownership: a constraint is kept by one view (the one it was added to, or, on activation,
 // the nearest common ancestor of its items). It stays there when deactivated, so a weak
-// outlet to it stays bound; the original platform would release an inactive constraint that
-// only a weak outlet points to. Items are held weakly. Main thread only.
+// outlet to it stays bound, and a screen can switch between two alternative constraints by
+// their active flags without losing one. Items are held weakly. Main thread only.
 namespace quillgate::ui {
 
 class View;

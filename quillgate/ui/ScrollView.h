@@ -7,8 +7,8 @@
 
 // A view whose content may be larger than itself: content size, content offset (the origin
 // of its bounds), insets, bouncing and an optional refresh control. Setting the content size
-// notifies observers of "contentSize" (new and old value as ui::Size), every time, as the
-// original platform's key-value observation does; the content offset likewise notifies
+// notifies observers of "contentSize" (new and old value as ui::Size), every time, also when
+// the value is the same (screens resize on it); the content offset likewise notifies
 // "contentOffset" (ui::Point). A scroll view keeps the touches it gets and doesn't pass them
 // along the responder chain. Main thread only.
 namespace quillgate::ui {

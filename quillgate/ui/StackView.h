@@ -8,7 +8,7 @@
 
 // A view that lines up its arranged subviews along an axis with spacing. Arranged subviews
 // are also subviews; a view removed from the stack view's subviews stops being arranged,
-// while `removeArrangedSubview` keeps it as a subview, as on the original platform.
+// while `removeArrangedSubview` keeps it as a subview (hide or remove it yourself).
 //
 // Layout (`layoutSubviews`) places the shown arranged subviews one after the other; hidden
 // ones take no room. A vertical stack measures each at its own width, a horizontal one asks

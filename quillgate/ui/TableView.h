@@ -24,7 +24,7 @@
 //
 // Cells come from `dequeueReusableCell`: a cell set aside by the last reload, or a new one
 // from the nib or factory registered for the identifier; an identifier with neither ends
-// the program, as on the original platform. Data source and delegate are held weakly.
+// the program: it is a fault of the screen, not of input. Data source and delegate are weak.
 // `tapRow` acts as the reader; `selectRow` is the programmatic selection that doesn't tell
 // the delegate. Main thread only.
 namespace quillgate::ui {

@@ -7,8 +7,8 @@
 
 // A row of a table view. Nib builders put the row's elements into `contentView()`. The table
 // keeps cells for reuse by identifier: before a cell is handed out again it hears
-// `prepareForReuse()`, and it keeps whatever else it collected (targets, recognisers), as on
-// the original platform. Selection changes go through the virtual `setSelected`. Main thread
+// `prepareForReuse()`, and it keeps whatever else it collected (targets, recognisers), so
+// a cell adds those once. Selection changes go through the virtual `setSelected`. Main thread
 // only.
 namespace quillgate::ui {
 

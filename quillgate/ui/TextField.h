@@ -21,7 +21,7 @@ namespace quillgate::ui {
 
 class TextField;
 
-// The original platform's numbering.
+// Fixed numbering: screens and stored configurations name keyboards by these values.
 enum class KeyboardType {
     defaultType = 0,
     asciiCapable = 1,

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "quillgate/Export.h"
 #include "quillgate/ui/Color.h"
 #include "quillgate/ui/Geometry.h"
 #include "quillgate/ui/KeyValueObservable.h"
@@ -32,7 +33,7 @@ class LayoutConstraint;
 class ViewController;
 class Window;
 
-// Corners of a layer, as the original platform's mask bits.
+// Corners of a layer, as mask bits; screens combine them, so the values are fixed.
 enum Corner : unsigned {
     minXMinYCorner = 1u << 0,  // top left
     maxXMinYCorner = 1u << 1,  // top right
@@ -43,7 +44,7 @@ enum Corner : unsigned {
 using CornerMask = unsigned;
 
 // The look of a view's layer: rounding, border, shadow and mask.
-struct Layer {
+struct QUILLGATE_EXPORT Layer {
     double cornerRadius = 0;
     double borderWidth = 0;
     std::optional<Color> borderColor;  // absent: no border colour (cleared)
@@ -76,9 +77,9 @@ enum class ContentMode {
     right
 };
 
-class View : public Responder,
-             public KeyValueObservable,
-             public std::enable_shared_from_this<View> {
+class QUILLGATE_EXPORT View : public Responder,
+                              public KeyValueObservable,
+                              public std::enable_shared_from_this<View> {
   public:
     View() = default;
     explicit View(Rect frame) : frame_(frame) {}
@@ -137,7 +138,7 @@ class View : public Responder,
     const Layer& layer() const { return layer_; }
     ContentMode contentMode() const { return contentMode_; }
     void setContentMode(ContentMode mode) { contentMode_ = mode; }
-    // False for labels and image views, true for other views, as on the original platform.
+    // False for labels and image views (they show, they don't act), true for other views.
     bool isUserInteractionEnabled() const { return userInteractionEnabled_; }
     void setUserInteractionEnabled(bool enabled) { userInteractionEnabled_ = enabled; }
     // True when this view and all its ancestors are shown, opaque enough (alpha of 0.01 or

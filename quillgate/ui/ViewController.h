@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "quillgate/Export.h"
 #include "quillgate/ui/Geometry.h"
 #include "quillgate/ui/Responder.h"
 
@@ -27,7 +28,7 @@
 // Modal presentation: `present` puts the presented controller's view on top of the
 // presenter's window at once (appearance callbacks included) and `dismiss` takes the
 // presented chain away at once; their completions run on the main queue after the current
-// task, as the original platform runs them after the transition. A refused presentation
+// task, so a completion always sees the transition done. A refused presentation
 // (presenter not in a window, already presenting) prints a line and never calls its
 // completion. Main thread only.
 namespace quillgate::ui {
@@ -55,7 +56,8 @@ enum class UserInterfaceStyle { unspecified = 0, light = 1, dark = 2 };
 
 enum class AppearanceState { disappeared, appearing, appeared, disappearing };
 
-class ViewController : public Responder, public std::enable_shared_from_this<ViewController> {
+class QUILLGATE_EXPORT ViewController : public Responder,
+                                        public std::enable_shared_from_this<ViewController> {
   protected:
     // Proof of construction through `create`.
     class Token {

@@ -10,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "quillgate/Export.h"
 #include "quillgate/platform/HtmlDocument.h"
 #include "quillgate/platform/HttpSession.h"
 #include "quillgate/ui/View.h"
@@ -31,7 +32,7 @@ class WebView;
 
 enum class NavigationActionPolicy { cancel = 0, allow = 1 };
 
-// The original platform's numbering.
+// Fixed numbering: navigation delegates compare and log these values.
 enum class NavigationType {
     linkActivated = 0,
     formSubmitted = 1,
@@ -41,7 +42,7 @@ enum class NavigationType {
     other = -1,
 };
 
-struct NavigationAction {
+struct QUILLGATE_EXPORT NavigationAction {
     platform::HttpRequest request;
     NavigationType navigationType = NavigationType::other;
     bool isRedirect = false;
@@ -49,12 +50,12 @@ struct NavigationAction {
 };
 
 // One navigation, from its provisional start to its finish or failure.
-struct Navigation {
+struct QUILLGATE_EXPORT Navigation {
     std::uint64_t id = 0;
     friend bool operator==(const Navigation&, const Navigation&) = default;
 };
 
-struct WebError {
+struct QUILLGATE_EXPORT WebError {
     // A load cancelled because another one replaced it.
     static constexpr long cancelledCode = -999;
     // A redirect refused by the navigation delegate.
@@ -67,12 +68,12 @@ struct WebError {
     std::string description;
 };
 
-struct ScriptMessage {
+struct QUILLGATE_EXPORT ScriptMessage {
     std::string name;
     nlohmann::json body;  // what the page posted: a text, a number, an object...
 };
 
-class NavigationDelegate {
+class QUILLGATE_EXPORT NavigationDelegate {
   public:
     using DecisionHandler = std::function<void(NavigationActionPolicy)>;
 
@@ -115,12 +116,12 @@ class NavigationDelegate {
 };
 
 // The script message handlers of a web view, by name.
-class UserContentController {
+class QUILLGATE_EXPORT UserContentController {
   public:
     using Handler = std::function<void(const ScriptMessage&)>;
 
     // Registers `handler` under `name`. A name already registered keeps its first handler;
-    // the attempt prints a line (the original platform refuses it too).
+    // the attempt prints a line, so that a page never reaches two handlers for one name.
     void addScriptMessageHandler(const std::string& name, Handler handler);
     void removeScriptMessageHandler(const std::string& name);
     void removeAllScriptMessageHandlers() { handlers_.clear(); }
@@ -133,7 +134,7 @@ class UserContentController {
     std::vector<std::pair<std::string, std::shared_ptr<Handler>>> handlers_;
 };
 
-class WebView : public View {
+class QUILLGATE_EXPORT WebView : public View {
   public:
     using Factory = std::function<std::shared_ptr<WebView>()>;
 
@@ -208,7 +209,7 @@ class WebView : public View {
 // form, post a script message, fetch an address as the page's script would. It runs no
 // script. Completions of the session hop back to the main queue; an answer for a navigation
 // that has been replaced or stopped is dropped.
-class HeadlessWebView : public WebView {
+class QUILLGATE_EXPORT HeadlessWebView : public WebView {
   public:
     struct LoadRecord {
         enum class Kind { request, html, reload };

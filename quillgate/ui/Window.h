@@ -3,11 +3,12 @@
 #include <memory>
 #include <string>
 
+#include "quillgate/Export.h"
 #include "quillgate/ui/View.h"
 
 // A window: the root of a view tree that is "on screen". It shows its root view
 // controller's view beneath everything else it holds, and presented controllers' views above
-// it. Like the original platform's windows it starts hidden; `makeKeyAndVisible` shows it and
+// it. It starts hidden, so nothing appears half built; `makeKeyAndVisible` shows it and
 // makes it the application's key window. A window kept by a WindowScene belongs to the
 // application; a window made alone still works as a tree root (for tests). Appearance
 // callbacks follow the tree, not visibility: a root view joining a hidden window appears.
@@ -17,7 +18,7 @@ namespace quillgate::ui {
 class ViewController;
 class WindowScene;
 
-class Window : public View {
+class QUILLGATE_EXPORT Window : public View {
   public:
     Window();
     explicit Window(Rect frame);

@@ -3,6 +3,7 @@
 #include <memory>
 #include <vector>
 
+#include "quillgate/Export.h"
 #include "quillgate/ui/Geometry.h"
 
 // A connected scene of the application, holding its windows (strongly) and the interface
@@ -11,7 +12,7 @@ namespace quillgate::ui {
 
 class Window;
 
-// The original platform's numbering.
+// Fixed numbering: hosts and device reports use these values.
 enum class InterfaceOrientation {
     unknown = 0,
     portrait = 1,
@@ -24,7 +25,7 @@ inline bool isPortrait(InterfaceOrientation o) {
     return o == InterfaceOrientation::portrait || o == InterfaceOrientation::portraitUpsideDown;
 }
 
-class WindowScene : public std::enable_shared_from_this<WindowScene> {
+class QUILLGATE_EXPORT WindowScene : public std::enable_shared_from_this<WindowScene> {
   public:
     WindowScene() = default;
     WindowScene(const WindowScene&) = delete;

@@ -202,13 +202,13 @@ TEST_F(DevServerTest, EachChoiceOnTheWebPagesSignsInOrBuysAndTheNextJourneySaysS
         {"contact", "regwall-rg6",
          overlay + "regwall-rg6&userDetails=9812345678&paywallType=REGWALL&paywallId=pw-rg6",
          "Continue as 9812345678", &UserJourneyModel::unlockedWithRegwall, 1},
-        // The subscription page as the library addresses it, the site address riding inside
-        // "availFreeTrial". Six months of 30 days and the seven trial days, give or take the
-        // test's own seconds.
+        // The subscription page as the library addresses it: the trial flag with its encoded
+        // trailing blank, then the site address as a key of its own. Six months of 30 days
+        // and the seven trial days, give or take the test's own seconds.
         {"subscribe-tier-digital-6m", "premium-15a",
          "/subscription?clientId=" + kClient +
              "&clientContentId=premium-15a&tierId=tier-digital-6m&anonId=anon-1"
-             "&availFreeTrial=true%20%26siteUrl%3Dhttps%3A%2F%2Fsite.test" +
+             "&availFreeTrial=true%20&siteUrl=https://site.test" +
              wall,
          "", &UserJourneyModel::unlockedWithSubscription, (6 * 30 + 7) * 86400 - 600},
         {"read", "premium-3a", overlay + "premium-3a" + wall, "",

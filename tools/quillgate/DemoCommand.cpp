@@ -636,9 +636,11 @@ void printCollection(HostApp& app, devserver::DevServer& server) {
 int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
             const DemoPorts& ports) {
     fs::path pictures;
+    std::string logFile;
     for (std::size_t i = 0; i < args.size(); ++i) {
-        if (args[i] == "--help" || args[i] == "-h") {
-            out << "usage: quillgate demo [--pictures DIR]\n"
+        const std::string& arg = args[i];
+        if (arg == "--help" || arg == "-h") {
+            out << "usage: quillgate demo [--pictures DIR] [--log FILE]\n"
                    "\n"
                    "Starts the local access service on 127.0.0.1 (API 3001, web pages 3000,\n"
                    "collection 3002), runs the library in the local mode against it and walks a\n"
@@ -647,17 +649,39 @@ int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
                    "chapter; exits 0 when every chapter went as expected.\n"
                    "\n"
                    "  --pictures DIR   write a picture of the window after each chapter\n"
-                   "                   (DIR/chapter-N.png) and print its path\n";
+                   "                   (DIR/chapter-N.png) and print its path\n"
+                   "  --log FILE       write the library's own lines to FILE, leaving standard\n"
+                   "                   output to the story: chapters, reader:, host:, toast:,\n"
+                   "                   screen:\n";
             return 0;
         }
-        if (args[i] == "--pictures" && i + 1 < args.size() && !args[i + 1].empty()) {
+        if (arg == "--pictures" && i + 1 < args.size() && !args[i + 1].empty()) {
             pictures = args[++i];
             continue;
         }
-        if (args[i] == "--pictures") {
+        if (arg == "--pictures") {
             return usageError(err, "demo: --pictures needs a directory");
         }
-        return usageError(err, "demo: unknown argument \"" + args[i] + "\"");
+        if (arg == "--log" || arg.rfind("--log=", 0) == 0) {
+            if (arg == "--log" && i + 1 < args.size()) {
+                logFile = args[++i];
+            } else if (arg != "--log") {
+                logFile = arg.substr(6);
+            }
+            if (logFile.empty()) {
+                return usageError(err, "demo: --log needs a file");
+            }
+            continue;
+        }
+        return usageError(err, "demo: unknown argument \"" + arg + "\"");
+    }
+    std::shared_ptr<std::ostream> libraryLog;
+    if (!logFile.empty()) {
+        std::string error;
+        libraryLog = openLibraryLog(logFile, error);
+        if (!libraryLog) {
+            return usageError(err, "demo: " + error);
+        }
     }
     if (!pictures.empty()) {
         std::error_code ec;
@@ -695,6 +719,7 @@ int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
     setup.clock = clock;
     // The service is on the loopback address, which needs no route to be reachable.
     setup.alwaysReachable = true;
+    setup.libraryLog = libraryLog;
     HostApp app(out, std::move(setup));
 
     QuillgateClient& client = app.client();
@@ -715,6 +740,9 @@ int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
     printCollection(app, server);
 
     app.say("");
+    if (!logFile.empty()) {
+        app.say("== The library's own lines are in " + logFile);
+    }
     if (story.failures().empty()) {
         app.say("== The story ran as expected (" + std::to_string(story.chapters()) + " chapters)");
         return 0;

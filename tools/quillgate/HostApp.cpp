@@ -1,6 +1,7 @@
 #include "tools/quillgate/HostApp.h"
 
 #include <charconv>
+#include <fstream>
 #include <ostream>
 #include <utility>
 
@@ -232,7 +233,17 @@ class HostApp::Delegates {
 
 // ---- The application -------------------------------------------------------------------------
 
-HostApp::HostApp(std::ostream& out, HostSetup setup) : transcript_(out) {
+std::shared_ptr<std::ostream> openLibraryLog(const std::string& path, std::string& error) {
+    auto file = std::make_shared<std::ofstream>(path, std::ios::out | std::ios::trunc);
+    if (!*file) {
+        error = "cannot write the log file \"" + path + "\"";
+        return nullptr;
+    }
+    return file;
+}
+
+HostApp::HostApp(std::ostream& out, HostSetup setup)
+    : transcript_(out), libraryLog_(std::move(setup.libraryLog)) {
     // The command owns the process's library state from here on.
     platform::resetProcessState();
 
@@ -249,8 +260,18 @@ HostApp::HostApp(std::ostream& out, HostSetup setup) : transcript_(out) {
     }
     http_ = std::make_shared<CountingHttpSession>(platform->http, platform->runLoop);
     platform->http = http_;
-    platform->logSink = [this](std::string_view line) { transcript_.write(line); };
     platform::install(platform);
+    // The library's lines join the transcript, or go to their own file. The sink owns the
+    // file's transcript, since a line from the HTTP thread may still be on its way when the
+    // process state is reset.
+    if (libraryLog_) {
+        auto file = std::make_shared<Transcript>(*libraryLog_);
+        libraryTranscript_ = file;
+        platform::setLogSink(
+            [file, log = libraryLog_](std::string_view line) { file->write(line); });
+    } else {
+        platform::setLogSink([this](std::string_view line) { transcript_.write(line); });
+    }
 
     delegates_ = std::make_shared<Delegates>([this](std::string call) { heard(std::move(call)); });
 

@@ -34,7 +34,8 @@ class Window;
 // asked), puts up a key window whose root controller holds the `parentView` that walls go
 // into, acts as every delegate the library answers through, and writes one transcript:
 //
-//   - every line the library prints, unchanged and in order;
+//   - every line the library prints, unchanged and in order (or, when the setup gives a
+//     library log, none: they go there);
 //   - "host: " + each delegate call, as the operation and its labelled arguments;
 //   - "toast: " + the message of each toast shown in the window;
 //   - on request, "screen: " + a summary of each view in parentView.
@@ -70,7 +71,13 @@ struct HostSetup {
     std::function<void(platform::Platform&)> adjust;
     // Ends `read`'s run before its time once true (tests, which know what they wait for).
     std::function<bool(const HostApp&)> finishedEarly;
+    // Where the library's own lines go (`--log FILE`); null: into the transcript with the
+    // host's lines.
+    std::shared_ptr<std::ostream> libraryLog;
 };
+
+// Opens (truncates) the file that `--log FILE` names; null with `error` set when it cannot.
+std::shared_ptr<std::ostream> openLibraryLog(const std::string& path, std::string& error);
 
 // The HTTP session of the platform, wrapped so that the host knows how many transfers are
 // still under way (to let them finish before it leaves). Thread-safe.
@@ -142,6 +149,8 @@ class HostApp {
     void heard(std::string call);
 
     Transcript transcript_;
+    std::shared_ptr<std::ostream> libraryLog_;
+    std::shared_ptr<Transcript> libraryTranscript_;
     std::shared_ptr<CountingHttpSession> http_;
     std::shared_ptr<Delegates> delegates_;
     std::shared_ptr<ui::Window> window_;

@@ -47,6 +47,7 @@ struct ReadOptions {
     std::optional<std::string> fontWebBase;
     std::optional<std::string> fontRepoBase;
     std::filesystem::path stateDir;
+    std::string logFile;
     std::optional<std::string> clientUserId;
     bool debug = false;
     bool subscriptions = false;
@@ -199,6 +200,12 @@ Parsed parseReadArguments(const std::vector<std::string>& args, ReadOptions& opt
                 return Parsed::usage;
             }
             options.stateDir = value;
+        } else if (name == "--log") {
+            if (value.empty()) {
+                error = "--log needs a file";
+                return Parsed::usage;
+            }
+            options.logFile = value;
         } else if (name == "--client-user-id") {
             options.clientUserId = value;
         } else if (name == "--run-for") {
@@ -290,6 +297,8 @@ constexpr const char* kReadOptionsHelp =
     "  the host:\n"
     "    --state-dir DIR       user defaults and documents (default: the user's data\n"
     "                          directory, $XDG_DATA_HOME/quillgate or ~/.local/share/quillgate)\n"
+    "    --log FILE            write the library's own lines to FILE, leaving standard\n"
+    "                          output to the host's (host:, toast:, screen:)\n"
     "    --client-user-id ID   setClientUserId before the article\n"
     "    --debug               debugMode on (failures show a toast)\n"
     "    --subscriptions       initSubscriptions instead of showPayWall\n"
@@ -322,6 +331,12 @@ int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostrea
     HostSetup setup = base;
     if (!options.stateDir.empty()) {
         setup.stateDirectory = options.stateDir;
+    }
+    if (!options.logFile.empty()) {
+        setup.libraryLog = openLibraryLog(options.logFile, error);
+        if (!setup.libraryLog) {
+            return usageError(err, "read: " + error);
+        }
     }
     HostApp app(out, std::move(setup));
     QuillgateClient& client = app.client();

@@ -24,10 +24,10 @@ namespace quillgate::platform {
 //   Content-Type, no User-Agent). Only the framing ones remain: Host, and Content-Length
 //   with a body. A header with an empty value is sent with an empty value.
 // - The body as given.
-// - Redirects are followed like the original platform's session: up to `maxRedirects`
-//   (16), over http and https only; 301, 302 and 303 turn a POST into a GET without a body,
-//   307 and 308 keep method and body (other methods keep their name throughout). The
-//   response describes the last answer.
+// - Redirects are followed, so a service that moved an address still answers: up to
+//   `maxRedirects` (16), over http and https only; 301, 302 and 303 turn a POST into a GET
+//   without a body, 307 and 308 keep method and body (other methods keep their name
+//   throughout). The response describes the last answer.
 // - The time-out is an idle interval: connecting may take that long, and a transfer ends when
 //   no byte has arrived for that long (counted in whole seconds). A slow but steady answer
 //   runs to its end.
@@ -47,7 +47,7 @@ class CurlHttpSession final : public HttpSession {
 
     struct Options {
         long maxRedirects = 16;
-        // Connections open at once to one host, as the original platform's session (6);
+        // Connections open at once to one host (6, what browsers allow);
         // further requests wait for one of them. Also keeps a small server's thread pool from
         // being filled with idle kept-alive connections.
         long maxConnectionsPerHost = 6;

@@ -5,8 +5,8 @@
 namespace quillgate::platform {
 
 // "Is the network up" on Linux: true when the kernel's routing tables hold a default route
-// (IPv4 0.0.0.0/0 or IPv6 ::/0 of unicast type), the same question the original platform asks
-// of an all-zero address.
+// (IPv4 0.0.0.0/0 or IPv6 ::/0 of unicast type): whether a packet to an arbitrary address
+// would have somewhere to go.
 //
 // The answer comes from one rtnetlink dump of all routing tables (every table, both address
 // families): unlike /proc/net/route, which lists the main IPv4 table only, it sees VPN and

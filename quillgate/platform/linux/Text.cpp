@@ -1,4 +1,4 @@
-// Text operations on ICU, with the original platform's semantics (see Text.h).
+// Text operations on ICU, with the semantics Text.h states.
 //
 // Compiled formatters and patterns are costly to build and not safe to share between threads,
 // so each thread keeps a small cache of its own. Nothing here throws or crashes on bad input:

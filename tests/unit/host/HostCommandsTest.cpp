@@ -5,6 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -51,9 +54,9 @@ HostRun run(const std::vector<std::string>& args, const std::string& input = "")
     });
 }
 
-HostRun demo(const quillgate::host::DemoPorts& ports) {
+HostRun demo(const quillgate::host::DemoPorts& ports, const std::vector<std::string>& args = {}) {
     return capture([&](std::ostream& out, std::ostream& err) {
-        return quillgate::host::runDemo({}, out, err, ports);
+        return quillgate::host::runDemo(args, out, err, ports);
     });
 }
 
@@ -71,9 +74,22 @@ std::vector<std::string> storyLines(const std::string& out) {
     return lines;
 }
 
+// With --log, standard output keeps the story and the library's own lines go to the file.
 TEST(Demo, StoryRunsToItsEndAsExpected) {
-    const HostRun run = demo({0, 0, 0});
+    const auto log = std::filesystem::path(::testing::TempDir()) / "demo-library.log";
+    const HostRun run = demo({0, 0, 0}, {"--log", log.string()});
     const auto lines = storyLines(run.out);
+    std::ifstream file(log);
+    const std::string libraryLines((std::istreambuf_iterator<char>(file)),
+                                   std::istreambuf_iterator<char>());
+    EXPECT_THAT(run.out, HasSubstr("host: purchasedOrNot(accessTime: false)"));
+    EXPECT_THAT(run.out, HasSubstr("reader: "));
+    EXPECT_THAT(run.out, Not(HasSubstr("API Request::")));
+    EXPECT_THAT(run.out, HasSubstr("== The library's own lines are in " + log.string()));
+    EXPECT_THAT(libraryLines, HasSubstr("API Request::http://127.0.0.1:"));
+    EXPECT_THAT(libraryLines, HasSubstr("trackstartProcess()::handleUserJourney"));
+    EXPECT_THAT(libraryLines, Not(HasSubstr("host: ")));
+    std::filesystem::remove(log);
 
     EXPECT_EQ(run.status, 0) << run.err << ::testing::PrintToString(lines);
     EXPECT_THAT(lines, Contains(StartsWith("== The story ran as expected")));
@@ -214,6 +230,8 @@ TEST(Host, UsageErrorsRunNothing) {
         {{"--version", "x"}, "--version takes no arguments"},
         {{"demo", "--fast"}, "demo: unknown argument \"--fast\""},
         {{"demo", "--pictures"}, "demo: --pictures needs a directory"},
+        {{"demo", "--log"}, "demo: --log needs a file"},
+        {{"demo", "--log", kRecords}, "demo: cannot write the log file"},
         {{"decode", "--as", "LogoutModel", missing}, "cannot read \"" + missing + "\""},
         {{"decode", "--as", "LogoutModel", kRecords}, "cannot read"},
         {{"decode", "--as", "Nope", "-"}, "\"Nope\" (one of UserJourneyModel"},
@@ -254,6 +272,7 @@ TEST(Host, UsageErrorsRunNothing) {
         {{"--snapshot", ""}, "--snapshot needs a file name"},
         {{"--scale", "9"}, "--scale needs a number from 0.5 to 4"},
         {{"--tree=1"}, "--tree takes no value"},
+        {{"--log", kRecords}, "cannot write the log file"},
     };
     for (const auto& [options, message] : readCases) {
         std::vector<std::string> args = {"read", "--client-id", "c", "--content-id", "a"};

@@ -5,7 +5,12 @@
 
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <set>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include "quillgate/platform/Image.h"
 #include "quillgate/platform/Platform.h"
@@ -148,6 +153,89 @@ TEST_F(FontconfigFontSystemTest, InstalledFontsAreKnownAndGiveASystemFace) {
 
     // With no font at all there is still an answer.
     EXPECT_EQ(fonts.systemFace(FontWeight::black).weight, FontWeight::black);
+}
+
+}  // namespace
+}  // namespace quillgate::platform
+
+namespace quillgate::platform {
+namespace {
+
+// A sink that keeps its lines; shared by the sink's copies, locked for the HTTP-like threads.
+struct Kept {
+    std::mutex mutex;
+    std::vector<std::string> lines;
+    LogSink sink() {
+        return [this](std::string_view line) {
+            std::lock_guard lock(mutex);
+            lines.emplace_back(line);
+        };
+    }
+    std::vector<std::string> take() {
+        std::lock_guard lock(mutex);
+        return std::exchange(lines, {});
+    }
+};
+
+// The application's sink: set before anything is installed, kept by a platform installed
+// without one, replaced by one that brings its own, wrapped to redact, swapped while other
+// threads print, and dropped by a reset.
+TEST(LogSink, TheApplicationsSinkThroughInstallWrappingThreadsAndReset) {
+    testing::TestPlatform test;
+    resetProcessState();
+    Kept app;
+    Kept brought;
+    setLogSink(app.sink());
+    log("before install");
+
+    auto platform = std::make_shared<Platform>();
+    platform->stateDirectory = test.stateDirectory() / "state";
+    install(platform);
+    log("after install");
+    EXPECT_EQ(app.take(), (std::vector<std::string>{"before install", "after install"}));
+
+    auto own = std::make_shared<Platform>();
+    own->stateDirectory = test.stateDirectory() / "own";
+    own->logSink = brought.sink();
+    install(own);
+    log("with its own");
+    EXPECT_EQ(brought.take(), std::vector<std::string>{"with its own"});
+
+    // Wrapping the current sink: the application redacts tokens and passes the rest on.
+    setLogSink([inner = currentLogSink()](std::string_view line) {
+        inner(line.find("token=") == std::string_view::npos ? line : "[redacted]");
+    });
+    log("GET /auto-login-user?token=secret");
+    log("plain");
+    EXPECT_EQ(brought.take(), (std::vector<std::string>{"[redacted]", "plain"}));
+
+    // Two threads print while the sink changes under them: every line lands whole, once.
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 2; ++t) {
+        threads.emplace_back([t] {
+            for (int i = 0; i < 500; ++i) {
+                log("thread " + std::to_string(t) + " line " + std::to_string(i));
+            }
+        });
+    }
+    for (int i = 0; i < 200; ++i) {
+        setLogSink(i % 2 ? app.sink() : brought.sink());
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    auto lines = app.take();
+    const auto more = brought.take();
+    lines.insert(lines.end(), more.begin(), more.end());
+    ASSERT_EQ(lines.size(), 1000u);
+    for (const auto& line : lines) {
+        EXPECT_EQ(line.rfind("thread ", 0), 0u) << line;
+    }
+
+    resetProcessState();
+    log("to standard output");
+    EXPECT_TRUE(app.take().empty());
+    EXPECT_TRUE(brought.take().empty());
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // Text helpers on ICU: the white-space sets, case mapping, numbers, dates and whole-text
-// regular expressions, with the original platform's answers.
+// regular expressions, with the answers the screens rely on.
 
 #include "quillgate/platform/Text.h"
 
