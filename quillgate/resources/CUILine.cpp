@@ -1,7 +1,7 @@
 #include "quillgate/resources/CUILine.h"
 
 #include "quillgate/platform/Canvas.h"
-#include "quillgate/ui/Renderer.h"
+#include "quillgate/ui/TextBlocks.h"
 #include "quillgate/ui/Application.h"
 #include "quillgate/ui/Label.h"
 
@@ -26,7 +26,7 @@ void CUILine::draw(platform::Canvas& canvas, const ui::Rect& rect) {
         dashes = {dashPointWidth, dashSpace};
     }
     // A line encloses nothing: of stroke-and-fill only the stroke shows.
-    canvas.stroke(path, ui::toRgba(lineColor), strokeWidth(), dashes);
+    canvas.stroke(path, ui::rgba(lineColor), strokeWidth(), dashes);
 }
 
 void CUILine::describeAttributes(std::vector<std::string>& out) const {

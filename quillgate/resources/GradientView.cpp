@@ -1,7 +1,7 @@
 #include "quillgate/resources/GradientView.h"
 
 #include "quillgate/platform/Canvas.h"
-#include "quillgate/ui/Renderer.h"
+#include "quillgate/ui/TextBlocks.h"
 
 namespace quillgate {
 
@@ -12,14 +12,14 @@ void GradientView::draw(platform::Canvas& canvas, const ui::Rect& rect) {
     canvas.clip(area);
     // The gradient goes on past its end circle in its last colour; a view of 200 points or
     // less has no circle at all and is that colour throughout.
-    canvas.fill(area, ui::toRgba(color4));
+    canvas.fill(area, ui::rgba(color4));
     const double radius = endRadius(rect.height());
     if (radius > 0) {
         const double cx = rect.width() * 0.5;
         const ui::Color colors[4] = {color1, color2, color3, color4};
         std::vector<platform::GradientStop> stops;
         for (int i = 0; i < 4; ++i) {
-            stops.push_back({kLocations[i], ui::toRgba(colors[i])});
+            stops.push_back({kLocations[i], ui::rgba(colors[i])});
         }
         canvas.radialGradient(cx, 0, 0, cx, 0, radius, stops);
     }

@@ -17,7 +17,7 @@ namespace quillgate::ui {
 // Horizontal alignment of text; the numbering is fixed, as styles store these values.
 enum class TextAlignment { left = 0, center = 1, right = 2, justified = 3, natural = 4 };
 
-// What a label does with text that does not fit, with the original platform's numbering:
+// What a label does with text that does not fit (numbered as nibs and stored styles number it):
 // wrap by words or characters, clip, or cut the last line with an ellipsis.
 enum class LineBreakMode {
     byWordWrapping = 0,

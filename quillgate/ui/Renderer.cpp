@@ -238,6 +238,78 @@ void drawView(Canvas& canvas, const View& view) {
     canvas.restore();
 }
 
+void drawContent(Canvas& canvas, const View& view);
+
+void drawView(Canvas& canvas, const View& view) {
+    if (view.isHidden() || view.alpha() < kInvisibleAlpha) {
+        return;
+    }
+    const Layer& layer = view.layer();
+    const Rect frame = view.frame();
+    const CanvasPath shape = layerShape(view);
+
+    canvas.save();
+    canvas.translate(frame.x(), frame.y());
+
+    // The shadow follows the layer's shape when the layer has a background to cast it.
+    if (layer.shadowOpacity > 0 && visible(view.backgroundColor())) {
+        const Color color = layer.shadowColor.value_or(Color::black());
+        canvas.shadow(shape,
+                      rgba(color.withAlpha(color.a * std::min(1.0, layer.shadowOpacity) *
+                                           std::min(1.0, view.alpha()))),
+                      layer.shadowOffset.width, layer.shadowOffset.height, layer.shadowRadius);
+    }
+
+    const bool layered = view.alpha() < 1;
+    if (layered) {
+        canvas.beginTransparencyLayer(view.alpha());
+    }
+    if (layer.mask) {
+        const Rect b = view.bounds();
+        const Rect m = layer.mask->bounds;
+        canvas.clip(roundedPath(Rect(m.x() - b.x(), m.y() - b.y(), m.width(), m.height()),
+                                layer.mask->radius, layer.mask->corners));
+    }
+    if (visible(view.backgroundColor())) {
+        canvas.fill(shape, rgba(*view.backgroundColor()));
+    }
+
+    canvas.save();
+    if (view.clipsToBounds()) {
+        canvas.clip(shape);
+    }
+    // From here on, the view's bounds (a scroll view's follow its content offset).
+    const Rect bounds = view.bounds();
+    canvas.translate(-bounds.x(), -bounds.y());
+    // The hook of a view that paints a look of its own; a hook may not leave its state behind.
+    canvas.save();
+    const_cast<View&>(view).draw(canvas, bounds);
+    canvas.restore();
+    drawContent(canvas, view);
+    for (const auto& sub : view.subviews()) {
+        drawView(canvas, *sub);
+    }
+    canvas.restore();
+
+    // The border lies inside the shape, over the content.
+    if (layer.borderWidth > 0 && visible(layer.borderColor)) {
+        const double w = layer.borderWidth;
+        const Rect inner(w / 2, w / 2, frame.width() - w, frame.height() - w);
+        if (inner.width() > 0 && inner.height() > 0) {
+            canvas.stroke(
+                roundedPath(inner, std::max(0.0, layer.cornerRadius - w / 2), layer.maskedCorners),
+                rgba(*layer.borderColor), w);
+        } else {
+            canvas.fill(shape, rgba(*layer.borderColor));
+        }
+    }
+
+    if (layered) {
+        canvas.endTransparencyLayer();
+    }
+    canvas.restore();
+}
+
 // Text set as the layout service sets it, centred up and down in `box` as labels and button
 // titles sit.
 void drawTextIn(Canvas& canvas, const platform::TextBlock& block, const Rect& box) {
