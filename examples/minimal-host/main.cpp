@@ -70,8 +70,8 @@ void runMainLoop(quillgate::platform::RunLoop& queue, std::chrono::seconds limit
         woken = true;
         wake.notify_one();
     });
-    const auto end = std::chrono::system_clock::now() + limit;
-    while (!done() && std::chrono::system_clock::now() < end) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!done() && std::chrono::steady_clock::now() < end) {
         queue.runPending();
         std::unique_lock lock(mutex);
         auto until = end;

@@ -18,6 +18,14 @@ class BannerViewController : public BaseViewController {
         : BaseViewController(token, "BannerViewController") {}
     std::string className() const override { return "BannerViewController"; }
 
+    // The banner tells the host about itself as a meter banner, never as a paywall, so the
+    // template frame's report on appearing is not made here.
+    void viewDidAppear(bool animated) override { ui::ViewController::viewDidAppear(animated); }
+    // The banner's scene has no card table yet, so there is no observation to end.
+    void viewWillDisappear(bool animated) override {
+        ui::ViewController::viewWillDisappear(animated);
+    }
+
     // The word that says what the subscribe button does.
     std::optional<std::string> selectedSlot;
 };

@@ -352,7 +352,7 @@ bool HostApp::settled() const {
         return false;
     }
     const auto deadline = platform::mainQueue().nextDeadline();
-    return !deadline || *deadline - platform::current().clock->now() > kSettledAfter;
+    return !deadline || *deadline - platform::current().clock->monotonicNow() > kSettledAfter;
 }
 
 bool HostApp::waitUntilSettled(std::chrono::milliseconds limit) {

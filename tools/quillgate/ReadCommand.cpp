@@ -387,7 +387,7 @@ int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostrea
         const auto now = std::chrono::steady_clock::now();
         const auto next = app.loop().nextDeadline();
         const bool quiet = app.requestsInFlight() == 0 &&
-                           (!next || *next - platform::current().clock->now() > kQuietFor);
+                           (!next || *next - platform::current().clock->monotonicNow() > kQuietFor);
         if (!quiet || app.wallIsUp()) {
             quietSince = now;
             return false;

@@ -148,7 +148,8 @@ TEST_F(ReadCommandTest, LockedArticleShowsItsTemplateAfterContentConfigurationAn
     const ReadRun run = read("premium-3a", showsAScreen);
 
     ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_THAT(run.startingWith("host: "), ElementsAre(kLocked));
+    EXPECT_THAT(run.startingWith("host: "),
+                ElementsAre(kLocked, HasSubstr("host: onPaywallVisible(paywallType: PAYWALL")));
     EXPECT_LT(run.indexOf("All font downloads completed successfully"), run.indexOf("TEMPLATE3A"));
     EXPECT_THAT(run.startingWith("screen: "), ElementsAre("screen: CTA3ViewController tag 9988"));
     // The fonts came from the hosts the options named, into the state directory.

@@ -149,7 +149,7 @@ TEST_F(CTA3Test, SubmitActsOnTheSelectedSlot) {
         ASSERT_TRUE(cell);
         cell->btnW->tap();
         const auto challenges = sent("/login-challenge");
-        const auto events = sent("/collect");
+        const auto clicksBefore = allClicks();
         tp.clearLines();
         auto footer = std::dynamic_pointer_cast<CommonFooterTableViewCell>(
             screen->tblView->cellForRow({0, 3}));
@@ -164,7 +164,8 @@ TEST_F(CTA3Test, SubmitActsOnTheSelectedSlot) {
         if (!c.printed.empty()) {
             EXPECT_EQ(lines[2], c.printed);
         }
-        EXPECT_EQ(sent("/collect") - events, c.click.empty() ? 0u : 1u) << c.value;
+        // The web flow opened by the button reports its own events; the button clicks once.
+        EXPECT_EQ(allClicks() - clicksBefore, c.click.empty() ? 0u : 1u) << c.value;
         if (!c.click.empty()) {
             EXPECT_EQ(clicks(c.click), 1u) << c.value;
         }

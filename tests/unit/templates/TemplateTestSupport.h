@@ -91,6 +91,17 @@ class TemplateTest : public ClientTest {
         return n;
     }
 
+    // Bodies of the click events posted so far, whatever their action.
+    std::size_t allClicks() {
+        std::size_t n = 0;
+        for (const auto& request : tp.http().requestsTo("/collect")) {
+            if (request.body && request.body->find("\"clickAction\"") != std::string::npos) {
+                ++n;
+            }
+        }
+        return n;
+    }
+
     std::shared_ptr<ui::ViewController> root;
     std::shared_ptr<ui::Window> window;
 };
