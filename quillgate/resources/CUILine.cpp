@@ -1,9 +1,9 @@
 #include "quillgate/resources/CUILine.h"
 
 #include "quillgate/platform/Canvas.h"
-#include "quillgate/ui/TextBlocks.h"
 #include "quillgate/ui/Application.h"
 #include "quillgate/ui/Label.h"
+#include "quillgate/ui/TextBlocks.h"
 
 namespace quillgate {
 
