@@ -1,7 +1,6 @@
 #include "quillgate/platform/linux/FontconfigUse.h"
 
 #include <cairo.h>
-#include <fontconfig/fontconfig.h>
 
 #include <cstdlib>
 #include <mutex>
@@ -22,11 +21,13 @@ int& useCount() {
 
 // Releasing while anything still uses fonts (a host that keeps its platform in a static
 // until after this runs) would pull caches from under it: then nothing is released.
+// Fontconfig's own caches are left to the process's end: FcFini asserts when a cache is
+// still referenced, which Pango's font maps can do at exit, and ending a host's run with an
+// abort is worse than a few kilobytes the system reclaims anyway.
 void releaseAtExit() {
     std::lock_guard lock(useMutex());
     if (useCount() == 0) {
         cairo_debug_reset_static_data();
-        FcFini();
     }
 }
 
