@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <filesystem>
+#include <mutex>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -56,10 +58,11 @@ class FontProvisioningTest : public ::testing::Test {
     }
 
     void serve(const std::string& path, std::string content) {
-        server.get(path,
-                   [content = std::move(content)](const httplib::Request&, httplib::Response& res) {
-                       res.set_content(content, "font/ttf");
-                   });
+        server.get(path, [this, content = std::move(content)](const httplib::Request&,
+                                                              httplib::Response& res) {
+            gate.pass();
+            res.set_content(content, "font/ttf");
+        });
     }
 
     static CustomizePayWallModel model(std::initializer_list<std::string> families) {
@@ -85,10 +88,12 @@ class FontProvisioningTest : public ::testing::Test {
     void provision(const CustomizePayWallModel& m) {
         std::atomic<int> completions{0};
         completionThread = {};
+        gate.close();
         FontDownloader::shared().provision(m, deployment, [&] {
             completionThread = std::this_thread::get_id();
             ++completions;
         });
+        gate.open();
         ASSERT_TRUE(tp.loop().runUntil([&] { return completions > 0; }, std::chrono::seconds(10)));
         tp.runPending();
         EXPECT_EQ(completions, 1);
@@ -96,6 +101,29 @@ class FontProvisioningTest : public ::testing::Test {
 
     fs::path documents() const { return tp.stateDirectory() / "Documents"; }
 
+    // Holds the server's answers while `provision` walks the families, so that no download
+    // can land in the documents folder before the last family has been looked up there,
+    // however slowly the main thread runs.
+    struct Gate {
+        void close() {
+            std::lock_guard lock(mutex);
+            closed = true;
+        }
+        void open() {
+            {
+                std::lock_guard lock(mutex);
+                closed = false;
+            }
+            opened.notify_all();
+        }
+        void pass() {
+            std::unique_lock lock(mutex);
+            opened.wait_for(lock, std::chrono::seconds(10), [&] { return !closed; });
+        }
+        std::mutex mutex;
+        std::condition_variable opened;
+        bool closed = false;
+    } gate;                          // before the server, whose handlers wait on it
     testing::LoopbackServer server;  // before the platform, which owns the HTTP session
     testing::TestPlatform tp;
     std::shared_ptr<FontconfigFontSystem> fonts =
