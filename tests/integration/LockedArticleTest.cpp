@@ -85,6 +85,26 @@ TEST_F(LockedArticleTest, TemplateWallFollowsJourneyContentConfigurationAndFonts
     EXPECT_FALSE(client.paywallType.empty());
 }
 
+// The access flow's requests follow one another, so they ride one kept-alive connection to
+// the service, from one article to the next. (Downloads that run side by side, such as the
+// fonts, take a connection each from an HTTP/1.1 server like this one; an HTTP/2 server
+// carries them all on one.)
+TEST_F(LockedArticleTest, OneConnectionCarriesTheFlowFromArticleToArticle) {
+    ASSERT_TRUE(wallFor("premium-3a"));
+    showPayWall("free-article");
+    ASSERT_TRUE(waitFor([&] { return host->calls.size() == 2; }));
+    std::set<int> ports;
+    std::size_t requests = 0;
+    for (const auto& r : dev.controls().requests()) {
+        if (r.server == "api") {
+            ports.insert(r.remotePort);
+            ++requests;
+        }
+    }
+    EXPECT_GE(requests, 4u) << "two journeys, the content and the configuration";
+    EXPECT_EQ(ports.size(), 1u);
+}
+
 // Each article of the service's scenario and the screen it ends on.
 class LockedArticleOutcomeTest
     : public LockedArticleTest,

@@ -252,11 +252,17 @@ OrderedJson Controls::requestsJson(const std::string& path, const std::string& s
         for (const auto& [key, value] : r.headers) {
             headers[key] = value;
         }
-        OrderedJson item{{"sequence", r.sequence}, {"receivedAt", isoTime(r.receivedAt)},
-                         {"server", r.server},     {"method", r.method},
-                         {"path", r.path},         {"target", r.target},
-                         {"params", params},       {"headers", headers},
-                         {"body", r.body},         {"status", r.status}};
+        OrderedJson item{{"sequence", r.sequence},
+                         {"receivedAt", isoTime(r.receivedAt)},
+                         {"server", r.server},
+                         {"method", r.method},
+                         {"path", r.path},
+                         {"target", r.target},
+                         {"params", params},
+                         {"headers", headers},
+                         {"body", r.body},
+                         {"status", r.status},
+                         {"remotePort", r.remotePort}};
         if (!r.fault.empty()) {
             item["fault"] = r.fault;
         }

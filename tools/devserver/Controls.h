@@ -57,6 +57,9 @@ struct RecordedRequest {
     std::string body;   // empty for a request a fault answered before reading it
     int status = 0;     // 0 until answered; stays 0 for a dropped connection
     std::string fault;  // id of the fault that shaped the answer, if any
+    // The client's end of the connection: requests with the same port came over one kept-alive
+    // connection.
+    int remotePort = 0;
 };
 
 class Controls {

@@ -202,6 +202,7 @@ void DevServer::Impl::configure(httplib::Server& server, const std::string& name
             record.target = req.target;
             record.params = paramsOf(req);
             record.headers.assign(req.headers.begin(), req.headers.end());
+            record.remotePort = req.remote_port;
             tRequestSequence = controls.record(std::move(record));
 
             auto fault = controls.takeFault(name, req.method, req.path);

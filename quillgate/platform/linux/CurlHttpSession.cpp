@@ -238,11 +238,17 @@ struct CurlHttpSession::Worker {
     // Worker thread only.
     std::unordered_map<CURL*, std::unique_ptr<Transfer>> active;
 
+    static constexpr long kIdleConnectionsKept = 32;
+
     explicit Worker(Options o) : options(std::move(o)) {
         initialiseCurlOnce();
         multi = curl_multi_init();
         if (multi != nullptr) {
             curl_multi_setopt(multi, CURLMOPT_MAX_HOST_CONNECTIONS, options.maxConnectionsPerHost);
+            // Idle connections kept for reuse. curl sizes its cache from the transfers under
+            // way, so after a burst (a paywall's fonts) it would close the service's idle
+            // connection to make room, and the next article would connect again.
+            curl_multi_setopt(multi, CURLMOPT_MAXCONNECTS, kIdleConnectionsKept);
         }
     }
 
@@ -407,6 +413,14 @@ struct CurlHttpSession::Worker {
         curl_easy_setopt(e, CURLOPT_WRITEDATA, &t);
         curl_easy_setopt(e, CURLOPT_HEADERFUNCTION, &Transfer::onHeader);
         curl_easy_setopt(e, CURLOPT_HEADERDATA, &t);
+        // On https, a transfer to a host whose connection is still being set up waits to learn
+        // whether it speaks HTTP/2 (known once the handshake has negotiated it): if so, every
+        // request to that host, those running side by side included, shares the one
+        // connection instead of opening more. Plain http only learns the version from an
+        // answer, so waiting there would hold a request behind a slow one.
+        if (r.url.starts_with("https://")) {
+            curl_easy_setopt(e, CURLOPT_PIPEWAIT, 1L);
+        }
 
         // The time-out is an idle interval, not a limit on the whole transfer: connecting may
         // take that long, and once connected the transfer ends only when no byte has come for

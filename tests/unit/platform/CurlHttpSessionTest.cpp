@@ -9,9 +9,11 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <condition_variable>
 #include <cstdlib>
 #include <filesystem>
 #include <future>
+#include <mutex>
 #include <thread>
 
 #include "tests/support/FontFiles.h"
@@ -307,7 +309,8 @@ TEST_F(CurlHttpSessionTest, DestroyingTheSessionCompletesRequestsInFlight) {
     while (server.heldCount() < 2 && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::yield();
     }
-    ASSERT_EQ(server.heldCount(), 2);
+    // Not an ASSERT: the session must go before the awaited completions do.
+    EXPECT_EQ(server.heldCount(), 2);
     session.reset();
     const HttpResult result = held.get();
     ASSERT_TRUE(result.error);
@@ -343,10 +346,31 @@ TEST(CurlHttpSessionTls, VerifiesTheCertificateAgainstTheGivenAuthority) {
     server.Get("/hello", [](const httplib::Request&, httplib::Response& res) {
         res.set_content("hi there", "text/plain");
     });
+    // Answers once a second "/hello" has been answered (bounded): a session that queued a
+    // request behind this one on an HTTP/1.1 host would stall here.
+    std::mutex helloMutex;
+    std::condition_variable helloAnswered;
+    int hellos = 0;
+    server.Get("/after-hello", [&](const httplib::Request&, httplib::Response& res) {
+        std::unique_lock lock(helloMutex);
+        const bool overtaken =
+            helloAnswered.wait_for(lock, std::chrono::seconds(10), [&] { return hellos >= 2; });
+        res.set_content(overtaken ? "overtaken" : "alone", "text/plain");
+    });
+    server.set_post_routing_handler([&](const httplib::Request& req, httplib::Response&) {
+        if (req.path == "/hello") {
+            {
+                std::lock_guard lock(helloMutex);
+                ++hellos;
+            }
+            helloAnswered.notify_all();
+        }
+    });
     const int port = server.bind_to_any_port("127.0.0.1");
     ASSERT_GT(port, 0);
     std::thread serving([&] { server.listen_after_bind(); });
-    const std::string url = "https://127.0.0.1:" + std::to_string(port) + "/hello";
+    const std::string base = "https://127.0.0.1:" + std::to_string(port);
+    const std::string url = base + "/hello";
 
     {
         CurlHttpSession untrusting;
@@ -362,6 +386,16 @@ TEST(CurlHttpSessionTls, VerifiesTheCertificateAgainstTheGivenAuthority) {
         const HttpResult answered = fetch(trusting, request(url));
         EXPECT_FALSE(answered.error) << answered.error->message;
         EXPECT_EQ(answered.body, "hi there");
+
+        // Two requests started together on a new session: the second doesn't wait for the
+        // first one's connection to an HTTP/1.1 host to be free.
+        CurlHttpSession fresh(options);
+        Awaited<HttpResult> slow;
+        Awaited<HttpResult> quick;
+        fresh.dataTask(request(base + "/after-hello"), slow.completion());
+        fresh.dataTask(request(url), quick.completion());
+        EXPECT_EQ(quick.get().body, "hi there");
+        EXPECT_EQ(slow.get().body, "overtaken");
     }
     server.stop();
     serving.join();
