@@ -4,11 +4,11 @@
 # settle, then reads every thread's context switches (voluntary: it slept and was woken;
 # involuntary: preempted) over a window of real time.
 #
-#   scripts/wakeups.sh [SECONDS]     # default 60; binaries from build/bin
+#   scripts/wakeups.sh [SECONDS]     # default 60; binaries from build/dev/bin
 set -euo pipefail
 
 window=${1:-60}
-bin=${QUILLGATE_BIN:-build/bin/quillgate}
+bin=${QUILLGATE_BIN:-build/dev/bin/quillgate}
 base=$((20000 + RANDOM % 20000))
 api=$base web=$((base + 1)) collect=$((base + 2))
 state=$(mktemp -d)

@@ -378,10 +378,15 @@ int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostrea
         allDone = runReaderAction(app, action) == ActionOutcome::done && allDone;
     }
     // Then the run goes on until its time is up, unless nothing covers the article and the
-    // library has nothing more to do.
+    // library has nothing more to do. While a wall is up or work is under way, only the loop's
+    // own work (an answer, a timer) can change that, so the host sleeps until then; once all
+    // is quiet it checks again after a short while and ends.
     auto quietSince = std::chrono::steady_clock::now();
+    bool finished = false;
+    bool waitForActivity = true;
     const auto over = [&] {
         if (finishedEarly()) {
+            finished = true;
             return true;
         }
         const auto now = std::chrono::steady_clock::now();
@@ -390,11 +395,20 @@ int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostrea
                            (!next || *next - platform::current().clock->monotonicNow() > kQuietFor);
         if (!quiet || app.wallIsUp()) {
             quietSince = now;
-            return false;
+            // Back from a quiet spell: wait for activity again.
+            const bool changed = !waitForActivity;
+            waitForActivity = true;
+            return changed;
         }
-        return now - quietSince >= kSlice;
+        if (waitForActivity) {
+            waitForActivity = false;  // newly quiet: wait in short slices from now on
+            return true;
+        }
+        finished = now - quietSince >= kSlice;
+        return finished;
     };
-    while (timeLeft().count() > 0 && !app.loop().runUntil(over, std::min(timeLeft(), kSlice))) {
+    while (!finished && timeLeft().count() > 0) {
+        app.loop().runUntil(over, waitForActivity ? timeLeft() : std::min(timeLeft(), kSlice));
     }
 
     if (options.snapshot) {
