@@ -6,16 +6,23 @@
 
 #include <benchmark/benchmark.h>
 #include <time.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "quillgate/client/QuillgateClient.h"
 #include "quillgate/platform/HttpSession.h"
 #include "quillgate/platform/Platform.h"
+#include "quillgate/ui/NotificationCenter.h"
+#include "quillgate/ui/View.h"
 #include "tools/devserver/DevServer.h"
 #include "tools/quillgate/HostApp.h"
 
@@ -156,5 +163,58 @@ void BM_LockedArticleToWallMainThreadCpu(benchmark::State& state) {
         benchmark::Counter(cpu * 1e6, benchmark::Counter::kAvgIterations);
 }
 BENCHMARK(BM_LockedArticleToWallMainThreadCpu)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
+
+namespace {
+
+std::size_t residentBytes() {
+    std::ifstream statm("/proc/self/statm");
+    std::size_t pages = 0;
+    std::size_t resident = 0;
+    statm >> pages >> resident;
+    return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+// A thousand articles in a row in one process, mixed as a reader meets them (free, metered,
+// locked with several template walls and the default wall, one with a popup), each wall
+// removed before the next article. Counters: resident memory growth after the first hundred
+// articles, and what is still registered at the end (main-queue work, notification
+// observers, views in the host's parent view) — none of these may grow with the articles.
+void BM_SoakThousandArticles(benchmark::State& state) {
+    const std::vector<std::string> articles = {
+        "free-article",     "metered-1",       "premium-3a", "premium-13a",
+        "premium-fallback", "free-with-popup", "premium-7a", "default-no-price"};
+    // QUILLGATE_SOAK_ARTICLES shortens the run for a quick look.
+    const char* asked = std::getenv("QUILLGATE_SOAK_ARTICLES");
+    const int kArticles = asked != nullptr ? std::max(2, std::atoi(asked)) : 1000;
+    const int kWarmUp = kArticles / 10;
+    for (auto _ : state) {
+        Reader reader;
+        std::size_t warm = 0;
+        for (int i = 0; i < kArticles; ++i) {
+            if (i == kWarmUp) {
+                warm = residentBytes();
+            }
+            const std::size_t heard = reader.app->hostCalls().size();
+            reader.show(articles[static_cast<std::size_t>(i) % articles.size()]);
+            reader.app->runFor(kLimit, [&] {
+                return reader.app->hostCalls().size() > heard && reader.app->settled();
+            });
+            reader.client().closeScreens();
+            reader.app->drainRequests(kLimit);
+        }
+        const auto& center = quillgate::ui::NotificationCenter::defaultCenter();
+        state.counters["rssGrowthAfterWarmUp_kB"] =
+            static_cast<double>(residentBytes() - std::min(warm, residentBytes())) / 1024.0;
+        state.counters["pendingMainQueueWork"] =
+            static_cast<double>(reader.app->loop().pendingCount());
+        state.counters["resignActiveObservers"] = static_cast<double>(
+            center.observerCount(quillgate::ui::ApplicationWillResignActiveNotification));
+        state.counters["viewsInParent"] =
+            static_cast<double>(reader.app->parentView()->subviews().size());
+    }
+}
+BENCHMARK(BM_SoakThousandArticles)->Iterations(1)->Unit(benchmark::kSecond)->UseRealTime();
 
 }  // namespace
