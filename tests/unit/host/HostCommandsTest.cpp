@@ -146,6 +146,10 @@ const RootCase kRootCases[] = {
     {"APIResponse", "api_response.json", "message"},
 };
 
+void PrintTo(const RootCase& c, std::ostream* os) {
+    *os << c.root;
+}
+
 class DecodeEachRoot : public ::testing::TestWithParam<RootCase> {};
 
 TEST_P(DecodeEachRoot, GoodBodyComesBackAsStablePrettyJson) {
