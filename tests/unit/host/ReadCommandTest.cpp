@@ -195,6 +195,38 @@ TEST_F(ReadCommandTest, SubscriptionsWithPlansEndTheProgramAtThePlansRow) {
         "Fatal error: Index out of range");
 }
 
+TEST_F(ReadCommandTest, PopupShowsItsImageClosesAndOpensItsLink) {
+    const auto popupUp = [](const HostApp& app) { return showsAScreen(app); };
+    const ReadRun closed = read("free-with-popup", popupUp, {"--do", "tap \u2715", "--tree"});
+    ASSERT_EQ(closed.status, 0) << closed.err;
+    EXPECT_EQ(closed.lines.back(), "screen: none");
+    EXPECT_THAT(closed.startingWith("tree: "), ElementsAre("tree: View frame=(0 0; 390 844)"));
+
+    const ReadRun opened = read("free-with-popup", popupUp, {"--do", "tap popup image", "--tree"});
+    ASSERT_EQ(opened.status, 0) << opened.err;
+    // The popup, half the window wide on the right, its poster fetched from the service.
+    EXPECT_THAT(opened.startingWith("tree: "),
+                ::testing::Contains(HasSubstr("PopUpView frame=(180 234.9; 195 332)")));
+    EXPECT_THAT(opened.startingWith("tree: "),
+                ::testing::Contains(HasSubstr("image=data:16174 bytes 600x1022")));
+    EXPECT_THAT(
+        opened.startingWith("presented: "),
+        ElementsAre("presented: SafariViewController https://daily.quillgate.test/magazine"));
+
+    std::vector<std::string> clicks;
+    for (const auto& e : server.collector().events()) {
+        if (e.eventType == "CLICK") {
+            const std::string body = e.body.dump();
+            for (const char* action : {"POPUP_CLOSE", "POPUP_REDIRECT"}) {
+                if (body.find(action) != std::string::npos) {
+                    clicks.push_back(e.eventLocation + " " + action);
+                }
+            }
+        }
+    }
+    EXPECT_THAT(clicks, ElementsAre("POPUP POPUP_CLOSE", "POPUP POPUP_REDIRECT"));
+}
+
 TEST_F(ReadCommandTest, FailureShowsAToastOnlyInDebugMode) {
     quillgate::devserver::Fault fault;
     fault.path = "/api/v1/journey";
