@@ -48,8 +48,11 @@ constexpr double kCheckboxSize = 28;
 constexpr double kBulletSize = 10;
 constexpr double kBulletLeft = 20;
 constexpr double kBenefitLeft = 40;
-constexpr double kTierListTop = 10;
-constexpr double kTierListHeight = 180;
+// The tier list: one line of tiers (two tiers one above the other would need 182 points),
+// inset from the card's sides.
+constexpr double kTierListTop = 20;
+constexpr double kTierListHeight = 181;
+constexpr double kTierListSide = 12;
 
 std::shared_ptr<ui::Label> label(const std::string& text, Font font, Color color,
                                  ui::TextAlignment alignment = ui::TextAlignment::center,
@@ -171,6 +174,10 @@ std::shared_ptr<ui::Button> checkbox() {
                                             ui::ButtonType::system);
     box->setImage(ui::Image::systemNamed("square"), ui::ControlState::normal);
     box->setImage(ui::Image::systemNamed("checkmark.square.fill"), ui::ControlState::selected);
+    // The box's outline, drawn whatever its symbol image.
+    box->layer().cornerRadius = 5;
+    box->layer().borderWidth = 2;
+    box->layer().borderColor = Color::rgb255(82, 177, 197);
     return box;
 }
 
@@ -194,8 +201,8 @@ std::shared_ptr<ui::View> plansCell(ui::Responder*) {
     cell->setFrame(Rect(0, 0, 358, 280));
     ui::CollectionViewFlowLayout layout;
     layout.scrollDirection = ui::ScrollDirection::horizontal;
-    auto list =
-        std::make_shared<ui::CollectionView>(Rect(0, kTierListTop, 358, kTierListHeight), layout);
+    auto list = std::make_shared<ui::CollectionView>(
+        Rect(kTierListSide, kTierListTop, 358 - 2 * kTierListSide, kTierListHeight), layout);
     list->setShowsHorizontalScrollIndicator(false);
     cell->contentView()->addSubview(list);
     cell->collectionView = list;
@@ -273,7 +280,8 @@ std::shared_ptr<ui::View> footerCell(ui::Responder*) {
 void PlansTableViewCell::layoutSubviews() {
     TableViewCell::layoutSubviews();
     if (auto list = collectionView.optional()) {
-        const Rect target(0, kTierListTop, bounds().width(), kTierListHeight);
+        const Rect target(kTierListSide, kTierListTop,
+                          std::max(0.0, bounds().width() - 2 * kTierListSide), kTierListHeight);
         if (list->frame() != target) {
             list->setFrame(target);
             // The tiers' sizes and insets follow the list's width.

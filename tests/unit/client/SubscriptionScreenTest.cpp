@@ -235,19 +235,23 @@ TEST_F(SubscriptionScreenTest, TierCellsShowTheReductionAndTheLength) {
 }
 
 TEST_F(SubscriptionScreenTest, TheTierListCentresTwoTiersLowersOneAndFillsWithMore) {
-    const double w = 358 * 0.5 - 6;
-    const std::vector<std::pair<int, ui::EdgeInsets>> rows = {
-        {1, {100, (358 - w) / 2, 0, (358 - w) / 2}},
-        {2, {0, 1, 0, 1}},
-        {3, {0, 0, 0, 0}},
-    };
-    for (const auto& [n, insets] : rows) {
+    for (int n : {1, 2, 3}) {
         SCOPED_TRACE(n);
         auto row = plansRow(std::vector<Tier>(static_cast<std::size_t>(n), tier("t", 2, 1, 1)));
         auto& list = *row->collectionView;
+        const double width = list.bounds().width();
+        const double w = width * 0.5 - 6;
+        const double gap = (width - w * n - 10 * (n - 1)) / 2;
+        const ui::EdgeInsets insets = n == 1   ? ui::EdgeInsets{100, gap, 0, gap}
+                                      : n == 2 ? ui::EdgeInsets{0, 1, 0, 1}
+                                               : ui::EdgeInsets{0, 0, 0, 0};
         EXPECT_EQ(row->insetForSection(list, 0), insets);
         EXPECT_EQ(row->sizeForItem(list, {0, 0}), (ui::Size{w, 86}));
-        EXPECT_EQ(tierCell(*row, 0)->frame().origin.x, insets.left);
+        // One line of tiers, from the left inset.
+        EXPECT_EQ(tierCell(*row, 0)->frame().origin, (ui::Point{insets.left, insets.top}));
+        if (n > 1) {
+            EXPECT_EQ(tierCell(*row, 1)->frame().origin.y, insets.top);
+        }
     }
 }
 
