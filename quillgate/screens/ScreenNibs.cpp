@@ -29,11 +29,11 @@ void registerScreenNibs() {
     registry.registerScene<WebViewController>(kStoryboard, "WebVC", WebViewController::buildScene);
     registry.registerScene<QuillgateStatusVC>(kStoryboard, "QuillgateStatusVC",
                                               buildQuillgateStatusScene);
-    registry.registerScene<SubscriptionViewController>(kStoryboard, "SubscriptionVC", emptyRoot);
+    registry.registerScene<SubscriptionViewController>(kStoryboard, "SubscriptionVC",
+                                                       buildSubscriptionScene);
+    registerSubscriptionNibs();
     registry.registerNib("BannerViewController", emptyRoot);
-    registry.registerNib("PopUpView", [](ui::Responder*) -> std::shared_ptr<ui::View> {
-        return std::make_shared<PopUpView>();
-    });
+    PopUpView::registerNibs();
     // The shared icon-and-label control that screens' nibs embed.
     CustomUIButton::registerNib();
 }

@@ -596,6 +596,36 @@ std::vector<Story::Chapter> chapters(Story* story) {
         },
     });
 
+    // The plans screen can't be shown with plans: its plans row reads the plan before the first
+    // one, a fault that ends the application. A subscriber never gets the screen: the access
+    // check lets them in first.
+    list.push_back({
+        "the subscriber opens the subscription entry (subscription-plans)",
+        "the access check finds the subscription: the host hears purchasedOrNot(accessTime: "
+        "true) and no plans screen is put up",
+        [=] {
+            app->say("reader: opens the plans (initSubscriptions, subscription-plans)");
+            app->client().initSubscriptions(
+                "subscription-plans", std::string("Members' edition"),
+                std::string("https://daily.quillgate.test/subscription-plans"), app->parentView(),
+                app->completionDelegate(), app->subscribeDelegate(), app->signInDelegate(), true,
+                app->googleLogInDelegate());
+        },
+        [=] { return story->heardStartingWith("purchasedOrNot("); },
+        [=] {
+            return firstProblem({
+                {story->requested("/api/v1/subscription/access"),
+                 "the subscription entry should ask the access check"},
+                {story->calls() == std::vector<std::string>{"purchasedOrNot(accessTime: true)"},
+                 "the host should hear exactly purchasedOrNot(accessTime: true)"},
+                {!story->requested("/api/v1/subscription/embedded-subscription"),
+                 "a subscriber should not be offered the plans"},
+                {story->screensText() == "none",
+                 "no plans screen should be up, but the screen shows " + story->screensText()},
+            });
+        },
+    });
+
     list.push_back({
         "the reader closes the application",
         "exitSDK reports the exit to the collection service",

@@ -12,6 +12,7 @@
 #include "quillgate/service/Toast.h"
 #include "quillgate/ui/Application.h"
 #include "quillgate/ui/Renderer.h"
+#include "quillgate/ui/SafariViewController.h"
 #include "quillgate/ui/TreeDescription.h"
 #include "quillgate/ui/View.h"
 #include "quillgate/ui/ViewController.h"
@@ -409,6 +410,18 @@ void HostApp::printScreens() {
     }
     for (const auto& line : lines) {
         say("screen: " + line);
+    }
+}
+
+void HostApp::printPresented() {
+    auto root = window_->rootViewController();
+    for (auto shown = root ? root->presentedViewController() : nullptr; shown;
+         shown = shown->presentedViewController()) {
+        std::string line = "presented: " + shown->className();
+        if (const auto* browser = dynamic_cast<const ui::SafariViewController*>(shown.get())) {
+            line += " " + browser->url();
+        }
+        say(line);
     }
 }
 

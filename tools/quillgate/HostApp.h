@@ -142,6 +142,10 @@ class HostApp {
     std::vector<std::string> screens() const;
     // Writes "screen: " + each of them, or "screen: none".
     void printScreens();
+    // Writes "presented: " + the class of each controller presented over the window's root,
+    // in order, with the address of an in-app browser ("presented: SafariViewController
+    // https://..."); nothing when none is.
+    void printPresented();
 
   private:
     class Delegates;

@@ -430,6 +430,7 @@ int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostrea
     client.exitSDK();
     app.drainRequests(kDrainLimit);
     app.printScreens();
+    app.printPresented();
     return allDone ? 0 : 1;
 }
 

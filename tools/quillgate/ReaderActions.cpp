@@ -72,7 +72,10 @@ void collect(const std::shared_ptr<ui::View>& view, const std::string& text,
     if (view->isHidden()) {
         return;
     }
-    if (const auto own = readableText(*view); own && *own == text && onScreen(*view, window)) {
+    const auto own = readableText(*view);
+    // A view with no words of its own (an image the reader taps) goes by its identifier.
+    const bool named = own ? *own == text : view->accessibilityIdentifier() == text;
+    if (named && onScreen(*view, window)) {
         const auto* control = dynamic_cast<const ui::Control*>(view.get());
         if (!control || control->isEnabled()) {
             frontMost = view;
@@ -170,7 +173,9 @@ std::string_view trimmed(std::string_view text) {
 const std::vector<ReaderAction>& readerActions() {
     static const std::vector<ReaderAction> table = {
         {"tap", ArgumentForm::text, "TEXT",
-         "tap the front-most visible, enabled view whose text or title is TEXT", tap},
+         "tap the front-most visible, enabled view whose text or title is TEXT (for a view "
+         "without words, its accessibility identifier: \"popup image\")",
+         tap},
         {"type", ArgumentForm::text, "TEXT", "type TEXT into the field being edited", type},
         {"scroll", ArgumentForm::percent, "PERCENT",
          "scroll the article to PERCENT of its length (the scroll depth)", scroll},

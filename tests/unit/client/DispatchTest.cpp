@@ -493,8 +493,11 @@ TEST_F(DispatchTest, SubscriptionScreenShowsItsCloseButtonUnlessTheHostSaidNo) {
             std::dynamic_pointer_cast<SubscriptionViewController>(client().subscriptionVC);
         ASSERT_TRUE(screen);
         EXPECT_EQ(screen->crossBtnHS, shown);
-        EXPECT_EQ(tp.lines(), (std::vector<std::string>{
-                                  printedCross, shown ? "Optional(true)" : "Optional(false)"}));
+        const std::string crossBtnHS = shown ? "Optional(true)" : "Optional(false)";
+        // The client's two lines, then the screen's own as it loads.
+        EXPECT_EQ(tp.lines(),
+                  (std::vector<std::string>{printedCross, crossBtnHS,
+                                            crossBtnHS + " nil " + (shown ? "false" : "true")}));
         EXPECT_EQ(screen->embededSubModel, plans);
         EXPECT_EQ(screen->clientId, "client-1");
         EXPECT_EQ(screen->contentId, "article-1");
@@ -591,7 +594,8 @@ TEST_F(PopUpTest, PositionsPlaceThePopupOthersLeaveItAndOnlyPhonesGetOne) {
         // 30 points in from both sides, a quarter-and-a-bit as high as wide, 30 above the bottom.
         {"mobile", "3", 4, ui::Rect(30, 800 - 30 - 88, 330, 88)},
         {"mobile", "5", 4, ui::Rect(390 - 15 - 195, 800 - (tall - 55) - tall, 195, tall)},
-        {"mobile", "CENTER", 0, ui::Rect()},
+        // Where it was added: the nib's own frame.
+        {"mobile", "CENTER", 0, PopUpView::loadFromNib()->frame()},
         {"WEB", "3", std::size_t(-1), {}},
         {"mobile", std::nullopt, std::size_t(-1), {}},
     };

@@ -185,21 +185,46 @@ TEST_F(ReadCommandTest, ActionsPictureAndTreeComeWithTheWallStillUp) {
     EXPECT_EQ(size->height, 844);
 }
 
-TEST_F(ReadCommandTest, SubscriptionsOpenTheSubscriptionScreenWithoutAJourney) {
-    const ReadRun run =
-        read("premium-3a", [](const HostApp& app) { return !app.screens().empty(); },
-             {"--subscriptions"});
+// The plans screen's plans row reads the plan before the first one: with plans, `read` ends
+// there, with the fatal line, once the screen joins the window.
+TEST_F(ReadCommandTest, SubscriptionsWithPlansEndTheProgramAtThePlansRow) {
+    // The run talks to this test's own service: the child process starts one of its own.
+    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_DEATH(
+        read("subscription-plans", [](const HostApp&) { return false; }, {"--subscriptions"}),
+        "Fatal error: Index out of range");
+}
 
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_THAT(run.startingWith("host: "), ElementsAre(kLocked));
-    EXPECT_THAT(run.startingWith("screen: "),
-                ElementsAre("screen: SubscriptionViewController tag 9988"));
-    std::vector<std::string> paths;
-    for (const auto& r : apiRequests()) {
-        paths.push_back(r.path);
+TEST_F(ReadCommandTest, PopupShowsItsImageClosesAndOpensItsLink) {
+    const auto popupUp = [](const HostApp& app) { return showsAScreen(app); };
+    const ReadRun closed = read("free-with-popup", popupUp, {"--do", "tap \u2715", "--tree"});
+    ASSERT_EQ(closed.status, 0) << closed.err;
+    EXPECT_EQ(closed.lines.back(), "screen: none");
+    EXPECT_THAT(closed.startingWith("tree: "), ElementsAre("tree: View frame=(0 0; 390 844)"));
+
+    const ReadRun opened = read("free-with-popup", popupUp, {"--do", "tap popup image", "--tree"});
+    ASSERT_EQ(opened.status, 0) << opened.err;
+    // The popup, half the window wide on the right, its poster fetched from the service.
+    EXPECT_THAT(opened.startingWith("tree: "),
+                ::testing::Contains(HasSubstr("PopUpView frame=(180 234.9; 195 332)")));
+    EXPECT_THAT(opened.startingWith("tree: "),
+                ::testing::Contains(HasSubstr("image=data:16174 bytes 600x1022")));
+    EXPECT_THAT(
+        opened.startingWith("presented: "),
+        ElementsAre("presented: SafariViewController https://daily.quillgate.test/magazine"));
+
+    std::vector<std::string> clicks;
+    for (const auto& e : server.collector().events()) {
+        if (e.eventType == "CLICK") {
+            const std::string body = e.body.dump();
+            for (const char* action : {"POPUP_CLOSE", "POPUP_REDIRECT"}) {
+                if (body.find(action) != std::string::npos) {
+                    clicks.push_back(e.eventLocation + " " + action);
+                }
+            }
+        }
     }
-    EXPECT_THAT(paths, ElementsAre("/api/v1/subscription/access",
-                                   "/api/v1/subscription/embedded-subscription"));
+    EXPECT_THAT(clicks, ElementsAre("POPUP POPUP_CLOSE", "POPUP POPUP_REDIRECT"));
 }
 
 TEST_F(ReadCommandTest, FailureShowsAToastOnlyInDebugMode) {

@@ -1,10 +1,14 @@
 #include "quillgate/service/Toast.h"
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "quillgate/client/QuillgateClient.h"
+#include "quillgate/platform/Canvas.h"
 #include "quillgate/ui/Application.h"
 #include "quillgate/ui/Label.h"
+#include "quillgate/ui/Renderer.h"
 #include "quillgate/ui/Window.h"
 #include "tests/support/TestPlatform.h"
 
@@ -94,6 +98,42 @@ TEST_F(ToastTest, ASecondToastReplacesTheFirstAtOnceAndFadesAfterItsOwnDuration)
     EXPECT_EQ(second->alpha(), 0.0);
     EXPECT_FALSE(second->superview());
     EXPECT_FALSE(toast.toastView);
+}
+
+TEST_F(ToastTest, ThePictureShowsTheRoundedBoxItsWhiteWordsAndTheFade) {
+    auto window = ui::Application::shared().showWindow();
+    window->setBackgroundColor(ui::Color::white());
+    // The web flow's "Unable to Login": white 14-point words on black, centred, 60 high.
+    Toast::shared().show("Unable to Login", 2, 10, 60);
+    const ui::Rect box(95, 392, 200, 60);
+
+    // The box's grey: black at 0.8 over the white page; anything white inside it is the words.
+    const auto brightest = [&](const platform::ImageCanvas& picture) {
+        double most = 0;
+        for (double x = box.minX() + 12; x < box.maxX() - 12; x += 0.5) {
+            for (double y = box.minY() + 20; y < box.maxY() - 20; y += 0.5) {
+                most = std::max(most, picture.pixel(x, y).r);
+            }
+        }
+        return most;
+    };
+    auto shown = ui::renderPicture(*window, 2);
+    ASSERT_TRUE(shown);
+    EXPECT_NEAR(shown->pixel(box.minX() + 4, box.midY()).r, 0.2, 0.02);
+    EXPECT_NEAR(shown->pixel(box.maxX() - 4, box.minY() + 30).g, 0.2, 0.02);
+    EXPECT_NEAR(shown->pixel(box.minX() + 0.5, box.minY() + 0.5).r, 1, 0.02) << "a rounded corner";
+    EXPECT_NEAR(shown->pixel(box.midX(), box.minY() - 2).r, 1, 0.02);
+    EXPECT_GT(brightest(*shown), 0.8) << "white words";
+
+    tp.advance(2.15);  // half-way through the fade: lighter than the box, darker than the page
+    auto fading = ui::renderPicture(*window, 2);
+    const double half = fading->pixel(box.minX() + 4, box.midY()).r;
+    EXPECT_GT(half, 0.25);
+    EXPECT_LT(half, 0.95);
+
+    tp.advance(0.2);
+    auto gone = ui::renderPicture(*window, 2);
+    EXPECT_NEAR(gone->pixel(box.minX() + 4, box.midY()).r, 1, 0.02);
 }
 
 }  // namespace
