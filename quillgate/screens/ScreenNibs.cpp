@@ -30,7 +30,7 @@ void registerScreenNibs() {
     registry.registerScene<QuillgateStatusVC>(kStoryboard, "QuillgateStatusVC",
                                               buildQuillgateStatusScene);
     registry.registerScene<SubscriptionViewController>(kStoryboard, "SubscriptionVC", emptyRoot);
-    registry.registerNib("BannerViewController", emptyRoot);
+    registry.registerNib("BannerViewController", buildBannerScene);
     registry.registerNib("PopUpView", [](ui::Responder*) -> std::shared_ptr<ui::View> {
         return std::make_shared<PopUpView>();
     });
