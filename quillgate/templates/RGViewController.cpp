@@ -11,7 +11,6 @@
 #include "quillgate/templates/CommonCells.h"
 #include "quillgate/templates/Styling.h"
 #include "quillgate/ui/Animation.h"
-#include "quillgate/ui/Application.h"
 #include "quillgate/ui/NibRegistry.h"
 
 namespace quillgate {
