@@ -32,7 +32,7 @@ void registerScreenNibs() {
     registry.registerScene<SubscriptionViewController>(kStoryboard, "SubscriptionVC",
                                                        buildSubscriptionScene);
     registerSubscriptionNibs();
-    registry.registerNib("BannerViewController", emptyRoot);
+    registry.registerNib("BannerViewController", buildBannerScene);
     PopUpView::registerNibs();
     // The shared icon-and-label control that screens' nibs embed.
     CustomUIButton::registerNib();

@@ -92,15 +92,18 @@ void BaseViewController::observeValue(const ui::KeyValueChange& change) {
     if (!size) {
         return;
     }
-    auto& client = QuillgateClient::shared();
-    double height = size->height;
+    const double height = cardHeight(size->height);
+    QuillgateClient::shared().paywallHeight = height;
+    setCardHeight(height);
+}
+
+double BaseViewController::cardHeight(double contentHeight) {
+    double height = contentHeight;
     const double limit = ui::Application::shared().mainScreen().bounds.height() * 3 * 0.25;
-    if (client.paywallDisplayType != PAYWALLTYPE::POPUP) {
+    if (QuillgateClient::shared().paywallDisplayType != PAYWALLTYPE::POPUP) {
         height += keyWindowBottomInset();
     }
-    height = std::min(height, limit);
-    client.paywallHeight = height;
-    setCardHeight(height);
+    return std::min(height, limit);
 }
 
 void BaseViewController::setCardHeight(double height) {

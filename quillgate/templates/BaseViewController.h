@@ -70,8 +70,8 @@ class BaseViewController : public ui::ViewController,
     // A change the screen observes. Only "contentSize" with a new ui::Size counts: the card
     // takes the content height (plus the key window's bottom safe-area inset unless the wall
     // is a popup), capped at three quarters of the screen, and the client's paywallHeight
-    // follows. Anything else is ignored.
-    void observeValue(const ui::KeyValueChange& change);
+    // follows. Anything else is ignored. A screen with another height rule overrides it.
+    virtual void observeValue(const ui::KeyValueChange& change);
 
     // The footer's two texts: the sign-in web flow (`loginAction`) and the read-now one
     // (`clickHereAction`). Both print "content", mark the reader active and, with a
@@ -142,7 +142,9 @@ class BaseViewController : public ui::ViewController,
     // flow of `contentType` and the CONTENT click.
     void contentFlow(ContentType contentType);
 
-  private:
+    // The card's height for a content height: plus the key window's bottom safe-area inset
+    // unless the wall is a popup, at most three quarters of the screen.
+    static double cardHeight(double contentHeight);
     // Sets the card's height constraint and lays the scene out again.
     void setCardHeight(double height);
 };

@@ -169,4 +169,20 @@ void CommonFooterTableViewCell::configure(bool useMainButton, const std::string&
     setNeedsLayout();
 }
 
+void CommonFooterTableViewCell::configureBanner(const JSONs* style,
+                                                const std::string& defaultTitle) {
+    loginView->setHidden(true);
+    couponView->setHidden(true);
+    stackHeight->setConstant(0);
+    const typography* texts = style && style->styleForText && style->styleForText->typography
+                                  ? &*style->styleForText->typography
+                                  : nullptr;
+    const Borders* frames = style && style->styleForBackground && style->styleForBackground->border
+                                ? &*style->styleForBackground->border
+                                : nullptr;
+    styleButton(*btnSubscribe, *btnContainerView, texts ? texts->mainSubmitBtn : std::nullopt,
+                frames ? frames->mainSubmitBtn : std::nullopt, defaultTitle);
+    setNeedsLayout();
+}
+
 }  // namespace quillgate

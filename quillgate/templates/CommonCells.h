@@ -77,6 +77,9 @@ class CommonFooterTableViewCell : public ui::TableViewCell {
     // `contentDivBtn` ones; `defaultTitle` is its title when the style has none.
     void configure(bool useMainButton, const std::string& defaultTitle,
                    const SharedCustomizePayWallModel& model);
+    // The meter banner's form: the button alone, styled from the `mainSubmitBtn` members of
+    // `style` (null: no configuration); both text rows hidden and the stack at 0.
+    void configureBanner(const JSONs* style, const std::string& defaultTitle);
 
     ui::Size sizeThatFits(ui::Size fitting) const override;
     void layoutSubviews() override;

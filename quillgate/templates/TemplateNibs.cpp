@@ -7,6 +7,8 @@
 #include "quillgate/templates/BaseViewController.h"
 #include "quillgate/templates/CTA3ViewController.h"
 #include "quillgate/templates/CommonCells.h"
+#include "quillgate/templates/RGViewController.h"
+#include "quillgate/templates/ZelViewController.h"
 #include "quillgate/ui/Button.h"
 #include "quillgate/ui/Label.h"
 #include "quillgate/ui/LayoutConstraint.h"
@@ -50,7 +52,9 @@ class CardSceneView : public ui::View {
         if (auto centre = centreY_.lock(); centre && centre->isActive()) {
             y = (box.height() - h) / 2 + centre->constant();
         } else if (auto bottom = bottom_.lock(); bottom && bottom->isActive()) {
-            y = box.height() - h + bottom->constant();
+            // "root.bottom == card.bottom + constant": a constant lifts the card (over the
+            // keyboard, say).
+            y = box.height() - h - bottom->constant();
         }
         card->setFrame(ui::Rect(0, y, box.width(), h));
     }
@@ -282,10 +286,6 @@ std::shared_ptr<ui::View> cta3A3Cell(ui::Responder*) {
     return cell;
 }
 
-std::shared_ptr<ui::View> emptyRoot(ui::Responder*) {
-    return std::make_shared<ui::View>();
-}
-
 }  // namespace
 
 void registerTemplateNibs() {
@@ -293,13 +293,14 @@ void registerTemplateNibs() {
     for (const char* name : kCardScreens) {
         registry.registerNib(name, cardScene);
     }
-    registry.registerNib("ZelViewController", emptyRoot);
     registry.registerNib("CommonHeaderCenterTableViewCell", headerCenterCell);
     registry.registerNib("CommonHeaderTableViewCell", headerCell);
     registry.registerNib("CommonFooterTableViewCell", footerCell);
     registry.registerNib("CTA3A1TableViewCell", cta3A1Cell);
     registry.registerNib("CTA3A2TableViewCell", cta3A2Cell);
     registry.registerNib("CTA3A3TableViewCell", cta3A3Cell);
+    RGViewController::registerNibs();
+    ZelViewController::registerNibs();
 }
 
 }  // namespace quillgate

@@ -8,6 +8,7 @@
 #include <httplib.h>
 #include <nlohmann/json.hpp>
 
+#include "quillgate/screens/BannerViewController.h"
 #include "quillgate/screens/WebViewController.h"
 #include "quillgate/service/Constants.h"
 #include "quillgate/service/Toast.h"
@@ -79,6 +80,39 @@ TEST_F(AccessFlowWireTest, PageViewMeterLeadsToTheBannerAndNotToTheConfiguration
     EXPECT_TRUE(served("/paywall/paywall-config/").empty());
     ASSERT_TRUE(QuillgateClient::shared().userJourneyModel.has_value());
     EXPECT_EQ(QuillgateClient::shared().userJourneyModel->unlockedWithPageViewMeter, true);
+}
+
+TEST_F(AccessFlowWireTest, BannerCountsTheArticlesLeftAndItsEventsReachTheCollector) {
+    showPayWall("metered-2");
+    std::shared_ptr<BannerViewController> banner;
+    ASSERT_TRUE(waitFor([&] {
+        banner = std::dynamic_pointer_cast<BannerViewController>(
+            QuillgateClient::shared().customPayWallVC);
+        return banner != nullptr;
+    }));
+    // The service's banner counts from its meter: the first metered article leaves two.
+    EXPECT_EQ(banner->lblStep->text(), "You have 2 free articles left this month");
+    EXPECT_EQ(banner->tblView->numberOfRows(0), 3);
+
+    banner->btnCloseScreen();
+    EXPECT_FALSE(parent->viewWithTag(9988));
+    // The meter's view and the close click, as the collector received them.
+    auto meterEvent = [&](const std::string& type) {
+        for (const auto& event : dev.collector().events()) {
+            const auto& message = event.body["messageBody"][0];
+            if (event.eventType == type && message.value("paywallType", "") == "METER_BANNER") {
+                return message;
+            }
+        }
+        return nlohmann::ordered_json();
+    };
+    ASSERT_TRUE(waitFor([&] { return !meterEvent("CLICK").is_null(); }));
+    const auto click = meterEvent("CLICK");
+    EXPECT_EQ(click["clickAction"], "METERING_BANNER_CROSSBTN");
+    EXPECT_EQ(click["eventLocation"], "PAYWALL");
+    EXPECT_EQ(click["paywallId"], "meter-banner");
+    EXPECT_EQ(click["contentId"], "metered-2");
+    EXPECT_FALSE(meterEvent("VIEW").is_null());
 }
 
 TEST_F(AccessFlowWireTest, ServerErrorOnTheJourneyStillLoadsTheContent) {

@@ -199,9 +199,11 @@ TEST_F(DevServerTest, EachChoiceOnTheWebPagesSignsInOrBuysAndTheNextJourneySaysS
     const Choice choices[] = {
         {"login", "premium-3a", overlay + "premium-3a" + wall + "&onlyLoginFlow=true",
          "data-handler=\"loginSuccess\"", &UserJourneyModel::sessionExists, 0},
+        // The registration wall's contact: a one-member JSON text, registering a new reader.
         {"contact", "regwall-rg6",
-         overlay + "regwall-rg6&userDetails=9812345678&paywallType=REGWALL&paywallId=pw-rg6",
-         "Continue as 9812345678", &UserJourneyModel::unlockedWithRegwall, 1},
+         overlay + "regwall-rg6&userDetails=%7B%22email%22:%22new.reader@example.com%22%7D"
+                   "&paywallType=REGWALL&paywallId=pw-rg6",
+         "Continue as new.reader@example.com", &UserJourneyModel::unlockedWithRegwall, 1},
         // The subscription page as the library addresses it: the trial flag with its encoded
         // trailing blank, then the site address as a key of its own. Six months of 30 days
         // and the seven trial days, give or take the test's own seconds.

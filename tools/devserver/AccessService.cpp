@@ -342,7 +342,8 @@ Reply AccessService::journey(const Params& params) {
                 counted.insert(contentId);
                 metered = true;
                 const int64_t left = meter.allowLimit - static_cast<int64_t>(counted.size());
-                const BannerSetup& banner = scenario_.banners.at(meter.bannerActionId);
+                const BannerSetup& banner =
+                    scenario_.banners.at(article->banner.value_or(meter.bannerActionId));
                 MeteringActionData data;
                 data.showBanner = true;
                 data.conditions = banner.conditions;

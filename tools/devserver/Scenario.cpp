@@ -168,6 +168,9 @@ void loadArticles(Scenario& scenario, const std::filesystem::path& dir) {
         if (auto popup = text(entry, "popup", where, false); !popup.empty()) {
             a.popup = popup;
         }
+        if (auto banner = text(entry, "banner", where, false); !banner.empty()) {
+            a.banner = banner;
+        }
         if (auto it = entry.find("contentDetails"); it != entry.end()) {
             if (!it->is_object()) {
                 throw LoadFailure(where + ": contentDetails must be an object");
@@ -317,6 +320,9 @@ void checkReferences(const Scenario& scenario) {
         }
         if (a.popup && !scenario.popups.count(*a.popup)) {
             throw LoadFailure(where + ": unknown popup \"" + *a.popup + "\"");
+        }
+        if (a.banner && !scenario.banners.count(*a.banner)) {
+            throw LoadFailure(where + ": unknown banner \"" + *a.banner + "\"");
         }
     }
     for (const auto& p : scenario.publishers) {

@@ -60,6 +60,8 @@ struct Article {
     ArticleKind kind = ArticleKind::premium;
     std::optional<std::string> paywall;  // paywall action id; absent: no journey applies
     std::optional<std::string> popup;    // popup action id
+    // The banner the page-view meter shows on this article, when not the publisher's.
+    std::optional<std::string> banner;
     Content content;
     // Merged over the content details the service answers for this article (a null member
     // removes that key): lets an article offer no price, no pass or no subscriptions.

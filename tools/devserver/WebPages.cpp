@@ -226,6 +226,35 @@ std::vector<Choice> readerChoices(const std::vector<UserSpec>& users, const std:
     return choices;
 }
 
+// The contact a registration wall sends as "userDetails": a one-member JSON text,
+// {"email": ...} or {"phoneNumber": ...}. The wall joins it without escaping, so a text that
+// isn't such an object is taken as it stands: an e-mail address when it holds "@", else a
+// phone number.
+Identity contactIdentity(const std::string& contact) {
+    Identity identity;
+    const auto parsed = nlohmann::json::parse(contact, nullptr, false);
+    if (parsed.is_object()) {
+        if (auto it = parsed.find("email"); it != parsed.end() && it->is_string()) {
+            identity.email = it->get<std::string>();
+        }
+        if (auto it = parsed.find("phoneNumber"); it != parsed.end() && it->is_string()) {
+            identity.phone = it->get<std::string>();
+        }
+        return identity;
+    }
+    (contact.find('@') != std::string::npos ? identity.email : identity.phone) = contact;
+    return identity;
+}
+
+// How the page names the contact: its address or number, else the text as sent.
+std::string contactName(const std::string& contact) {
+    const Identity identity = contactIdentity(contact);
+    if (!identity.email.empty()) {
+        return identity.email;
+    }
+    return identity.phone.empty() ? contact : identity.phone;
+}
+
 Identity identityFrom(const Params& params) {
     Identity identity;
     const std::string typed = param(params, "email");
@@ -339,7 +368,7 @@ Reply WebPages::overlay(const Params& params) {
 
     if (!contact.empty()) {
         askEmail = false;
-        body << "<div class=\"card\"><h2>Continue as " << htmlEscape(contact)
+        body << "<div class=\"card\"><h2>Continue as " << htmlEscape(contactName(contact))
              << "</h2><div class=\"muted\">We'll sign you in, or register you if you are new "
                 "here.</div></div>\n";
         choices.push_back({"contact", "Continue",
@@ -429,9 +458,7 @@ Reply WebPages::overlayChoose(const Params& params) {
     }
     Identity identity = identityFrom(params);
     if (choice == "contact") {
-        const std::string contact = param(params, "userDetails");
-        identity = Identity{};
-        (contact.find('@') != std::string::npos ? identity.email : identity.phone) = contact;
+        identity = contactIdentity(param(params, "userDetails"));
     }
     const SignIn signIn = service_.signIn(clientId, identity, challengeId);
     if (!signIn.ok) {

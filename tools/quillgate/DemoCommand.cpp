@@ -22,10 +22,12 @@
 #include "quillgate/client/QuillgateClient.h"
 #include "quillgate/platform/Clock.h"
 #include "quillgate/platform/Url.h"
+#include "quillgate/screens/BannerViewController.h"
 #include "quillgate/screens/QuillgateStatusVC.h"
 #include "quillgate/screens/WebViewController.h"
 #include "quillgate/service/Constants.h"
 #include "quillgate/service/Description.h"
+#include "quillgate/templates/RGViewController.h"
 #include "quillgate/ui/Button.h"
 #include "quillgate/ui/Label.h"
 #include "quillgate/ui/View.h"
@@ -439,6 +441,12 @@ std::vector<Story::Chapter> chapters(Story* story) {
         },
         [=] {
             const auto calls = story->calls();
+            auto banner =
+                std::dynamic_pointer_cast<BannerViewController>(app->client().customPayWallVC);
+            const std::string step = banner ? banner->lblStep->text() : "";
+            if (banner) {
+                app->say("banner: \"" + step + "\"");
+            }
             return firstProblem({
                 {!calls.empty() && calls.front() == "purchasedOrNot(accessTime: false)",
                  "the journey's answer should first tell the host purchasedOrNot(accessTime: "
@@ -449,6 +457,11 @@ std::vector<Story::Chapter> chapters(Story* story) {
                 {story->screenIs("BannerViewController"),
                  "the meter banner should be on show, but the screen shows " +
                      story->screensText()},
+                {story->heardStartingWith("onMeterBannerVisible(paywallType: METER_BANNER, "),
+                 "the host should hear onMeterBannerVisible"},
+                {step == "You have 2 free articles left this month",
+                 "the banner's strip reads \"" + step + "\""},
+                {story->collected("VIEW") >= 1, "the banner's meter view never arrived"},
             });
         },
     });
@@ -622,6 +635,93 @@ std::vector<Story::Chapter> chapters(Story* story) {
                  "a subscriber should not be offered the plans"},
                 {story->screensText() == "none",
                  "no plans screen should be up, but the screen shows " + story->screensText()},
+            });
+        },
+    });
+
+    list.push_back({
+        "the subscriber signs out",
+        "the service ends the session and the device forgets it",
+        [=] {
+            app->say("reader: signs out (the host calls getlogout)");
+            app->client().getlogout(app->logoutDelegate());
+        },
+        [=] { return !Constants::sessionID().has_value() && story->requested("/api/v1/auth/"); },
+        [=] {
+            return firstProblem({
+                {story->requested("/api/v1/auth/logout-via-sessionid"),
+                 "the logout never reached the service"},
+                {!Constants::sessionID().has_value(), "the session is still stored"},
+            });
+        },
+    });
+
+    // The reader's typing: whether the wall's submit button was enabled before and after.
+    auto submitEnabled = std::make_shared<std::pair<bool, bool>>(true, false);
+
+    list.push_back({
+        "a registration wall (regwall-rg5-email)",
+        "the article asks for an e-mail address: the RG5 wall, its submit button disabled "
+        "until the reader types one",
+        [=] {
+            openArticle(*app, "regwall-rg5-email", "How the city reads: a survey of its libraries",
+                        "books");
+        },
+        [=] { return story->screenIs("RGViewController"); },
+        [=] {
+            auto wall = std::dynamic_pointer_cast<RGViewController>(app->client().customPayWallVC);
+            const bool disabled =
+                wall && wall->footerCell && !wall->footerCell->btnSubscribe->isEnabled();
+            return firstProblem({
+                {story->heard("purchasedOrNot(accessTime: false)"),
+                 "the host should hear purchasedOrNot(accessTime: false)"},
+                {story->heardStartingWith("onPaywallVisible(paywallType: REGWALL, "),
+                 "the host should hear onPaywallVisible for the registration wall"},
+                {story->screenIs("RGViewController"),
+                 "the registration wall should be on show, but the screen shows " +
+                     story->screensText()},
+                {wall && wall->cell && wall->cell->textField->placeholder() == "Email Id",
+                 "the wall should ask for an e-mail address"},
+                {disabled, "the submit button should be disabled before the reader types"},
+            });
+        },
+    });
+
+    list.push_back({
+        "the reader registers with an e-mail address",
+        "typing an address enables the button; the wall opens the service's page with the "
+        "address, whose log-in result ends the flow, and the registered reader is let in",
+        [=] {
+            auto wall = std::dynamic_pointer_cast<RGViewController>(app->client().customPayWallVC);
+            auto button = [&] {
+                return wall && wall->footerCell && wall->footerCell->btnSubscribe->isEnabled();
+            };
+            onThePage(*app, "type reader@example");
+            submitEnabled->first = button();
+            onThePage(*app, "type .com");
+            submitEnabled->second = button();
+            onThePage(*app, "tap REGISTER");
+            if (!pageShown(*app)) {
+                app->say("reader: sees no web page open");
+                return;
+            }
+            onThePage(*app, "choose Continue");
+        },
+        [=] { return story->heard("purchasedOrNot(accessTime: true)") && !webFlowOnShow(*app); },
+        [=] {
+            return firstProblem({
+                {!submitEnabled->first && submitEnabled->second,
+                 "the submit button should be enabled only once the address is whole"},
+                {story->requested("/api/v1/login-challenge"),
+                 "no login challenge reached the service"},
+                {story->requested("/overlay/choose"),
+                 "the page's choice never reached the service"},
+                {story->collected("CLICK") >= 1, "the wall's EMAIL click never arrived"},
+                {Constants::sessionID().has_value(), "no session was stored"},
+                {story->heard("purchasedOrNot(accessTime: true)"),
+                 "the registered reader should be let in (purchasedOrNot(accessTime: true))"},
+                {story->screensText() == "none",
+                 "the wall should be gone, but the screen shows " + story->screensText()},
             });
         },
     });

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cmath>
 #include <memory>
+#include <vector>
 
 #include "quillgate/client/QuillgateClient.h"
 #include "quillgate/ui/Application.h"
@@ -110,9 +111,36 @@ ActionOutcome tap(HostApp& app, const ActionArgument& argument) {
     return target->tap() ? ActionOutcome::done : ActionOutcome::nothingOnScreen;
 }
 
+// Every shown, enabled text field of the window's tree.
+void collectFields(const std::shared_ptr<ui::View>& view, const ui::Window& window,
+                   std::vector<std::shared_ptr<ui::TextField>>& fields) {
+    if (view->isHidden()) {
+        return;
+    }
+    if (auto field = std::dynamic_pointer_cast<ui::TextField>(view);
+        field && field->isEnabled() && onScreen(*field, window)) {
+        fields.push_back(field);
+    }
+    for (const auto& sub : view->subviews()) {
+        collectFields(sub, window, fields);
+    }
+}
+
 ActionOutcome type(HostApp& app, const ActionArgument& argument) {
     (void)app;
-    const auto field = ui::Application::shared().firstResponder();
+    auto field = ui::Application::shared().firstResponder();
+    if (!field) {
+        // Nothing is being edited: a screen with a single field is typed into, as a reader
+        // would after tapping the only place there is to type.
+        const auto window = ui::Application::shared().keyWindow();
+        std::vector<std::shared_ptr<ui::TextField>> fields;
+        if (window) {
+            collectFields(window, *window, fields);
+        }
+        if (fields.size() == 1 && fields.front()->tap()) {
+            field = fields.front();
+        }
+    }
     if (!field || !field->window() || !shown(*field)) {
         return ActionOutcome::nothingOnScreen;
     }
@@ -176,7 +204,8 @@ const std::vector<ReaderAction>& readerActions() {
          "tap the front-most visible, enabled view whose text or title is TEXT (for a view "
          "without words, its accessibility identifier: \"popup image\")",
          tap},
-        {"type", ArgumentForm::text, "TEXT", "type TEXT into the field being edited", type},
+        {"type", ArgumentForm::text, "TEXT",
+         "type TEXT into the field being edited (the only field on screen when none is)", type},
         {"scroll", ArgumentForm::percent, "PERCENT",
          "scroll the article to PERCENT of its length (the scroll depth)", scroll},
         {"wait", ArgumentForm::seconds, "SECONDS", "let the main loop run for SECONDS", wait},

@@ -28,6 +28,7 @@ using quillgate::devserver::RecordedRequest;
 using quillgate::host::HostApp;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 struct ReadRun {
     int status = 0;
@@ -135,12 +136,14 @@ TEST_F(ReadCommandTest, FreeArticleLetsTheReaderInAndDeliversTheExitBeforeReturn
 
 TEST_F(ReadCommandTest, MeteredArticleShowsTheBannerAndLetsTheReaderIn) {
     const ReadRun run = read("metered-1", [](const HostApp& app) {
-        return app.hostCalls().size() >= 2 && showsAScreen(app);
+        return app.hostCalls().size() >= 3 && showsAScreen(app);
     });
 
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_THAT(run.startingWith("host: "),
-                ElementsAre(kLocked, "host: purchasedOrNot(accessTime: true)"));
+                ElementsAre(kLocked, "host: purchasedOrNot(accessTime: true)",
+                            StartsWith("host: onMeterBannerVisible(paywallType: METER_BANNER, "
+                                       "meterBannerId: 4fa876d95f5c7db125ca377a, ")));
     EXPECT_THAT(run.startingWith("screen: "), ElementsAre("screen: BannerViewController tag 9988"));
 }
 

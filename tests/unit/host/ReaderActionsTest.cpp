@@ -11,6 +11,7 @@
 
 #include "quillgate/client/QuillgateClient.h"
 #include "quillgate/platform/Image.h"
+#include "quillgate/ui/Application.h"
 #include "quillgate/ui/Button.h"
 #include "quillgate/ui/GestureRecognizer.h"
 #include "quillgate/ui/Label.h"
@@ -114,14 +115,26 @@ TEST_F(ReaderActionsTest, TapReachesTheFrontMostVisibleEnabledViewWithThatText) 
 TEST_F(ReaderActionsTest, TypeGoesToTheFieldBeingEditedScrollSetsTheDepth) {
     auto field = std::make_shared<ui::TextField>(ui::Rect(0, 0, 200, 40));
     field->setPlaceholder("Email Id");
+    auto other = std::make_shared<ui::TextField>(ui::Rect(0, 50, 200, 40));
+    other->setPlaceholder("Name");
     app->parentView()->addSubview(field);
+    app->parentView()->addSubview(other);
 
+    // Two fields and neither edited: there is no telling which one the reader means.
     EXPECT_THAT(act("type reader@example.com", ActionOutcome::nothingOnScreen),
                 ElementsAre("reader: type reader@example.com",
                             "reader: nothing to type reader@example.com on screen"));
     act("tap Email Id", ActionOutcome::done);
     act("type reader@example.com", ActionOutcome::done);
     EXPECT_EQ(field->text(), "reader@example.com");
+    EXPECT_EQ(other->text(), "");
+
+    // With one field on screen (the other hidden) and none edited, typing goes into it.
+    ui::Application::shared().endEditing();
+    field->setHidden(true);
+    act("type Asha", ActionOutcome::done);
+    EXPECT_EQ(other->text(), "Asha");
+    EXPECT_TRUE(other->isEditing());
 
     act("scroll 40", ActionOutcome::done);
     EXPECT_FLOAT_EQ(app->client().scrollDepthPercentage(), 40);
