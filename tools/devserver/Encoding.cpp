@@ -81,7 +81,7 @@ std::string isoTime(std::chrono::system_clock::time_point time) {
     const auto millis =
         std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count() %
         1000;
-    std::array<char, 40> buffer{};
+    std::array<char, 96> buffer{};  // room for any int in each field
     std::snprintf(buffer.data(), buffer.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ",
                   parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour,
                   parts.tm_min, parts.tm_sec, static_cast<int>(millis < 0 ? 0 : millis));
