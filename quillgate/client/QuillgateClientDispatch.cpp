@@ -47,8 +47,6 @@ constexpr const char* kSubscriptionScene = "SubscriptionVC";
 
 constexpr const char* kFallbackMessage = "fallback to default paywall!";
 constexpr const char* kZelWallName = "DONT_EDIT_THIS_WALL_APP";
-// The deadline of a timer template, e.g. "Fri Dec 31 2027 23:59:59 GMT+0530".
-constexpr const char* kTimerDatePattern = "EEE MMM d yyyy HH:mm:ss 'GMT'Z";
 
 constexpr const char* kDefaultPaywallLine = "default paywall";
 constexpr const char* kNoPaywallId = "No paywallId found";
@@ -311,7 +309,8 @@ void QuillgateClient::presentCustomizePayWall(SharedCustomizePayWallModel model)
             showDefaultPaywallView();
             return false;
         }
-        const auto deadline = platform::text::parseDate(*text, kTimerDatePattern);
+        const auto deadline =
+            platform::text::parseDate(*text, CTA13TimerTableViewCell::datePattern);
         if (!deadline) {
             return false;
         }

@@ -17,11 +17,6 @@ namespace {
 
 constexpr const char* kStoryboard = "QuillgateStoryboard";
 
-// The root of a screen whose contents its class builds.
-std::shared_ptr<ui::View> emptyRoot(ui::Responder*) {
-    return std::make_shared<ui::View>();
-}
-
 }  // namespace
 
 void registerScreenNibs() {

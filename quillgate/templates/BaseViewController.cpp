@@ -8,9 +8,12 @@
 #include "quillgate/client/QuillgateClient.h"
 #include "quillgate/platform/Log.h"
 #include "quillgate/platform/Platform.h"
+#include "quillgate/platform/Text.h"
 #include "quillgate/resources/ViewLookups.h"
 #include "quillgate/service/Constants.h"
+#include "quillgate/service/Description.h"
 #include "quillgate/templates/Styling.h"
+#include "quillgate/templates/TemplateParts.h"
 #include "quillgate/ui/Application.h"
 #include "quillgate/ui/GestureRecognizer.h"
 #include "quillgate/ui/NotificationCenter.h"
@@ -197,36 +200,28 @@ void BaseViewController::reloadSoon(std::function<void(BaseViewController&)> aft
 }
 
 const JSONs* BaseViewController::styleDocument() const {
-    const auto model = customizePayWallModel();
-    if (model && model->data && model->data->configuration && model->data->configuration->mobile &&
-        model->data->configuration->mobile->json) {
-        return &*model->data->configuration->mobile->json;
-    }
-    return nullptr;
+    return styleDocumentOf(customizePayWallModel());
 }
 
 const typography* BaseViewController::textStyles() const {
-    const JSONs* json = styleDocument();
-    if (json && json->styleForText && json->styleForText->typography) {
-        return &*json->styleForText->typography;
-    }
-    return nullptr;
+    return textStylesOf(customizePayWallModel());
 }
 
 const Borders* BaseViewController::borders() const {
-    const JSONs* json = styleDocument();
-    if (json && json->styleForBackground && json->styleForBackground->border) {
-        return &*json->styleForBackground->border;
-    }
-    return nullptr;
+    return bordersOf(customizePayWallModel());
 }
 
 const SlotInfo* BaseViewController::slots() const {
-    const JSONs* json = styleDocument();
-    if (json && json->slotData && json->slotData->slot) {
-        return &*json->slotData->slot;
+    return slotInfoOf(customizePayWallModel());
+}
+
+int BaseViewController::variantNumber(const std::string& numOfCta, int count) {
+    for (int n = 2; n <= count; ++n) {
+        if (numOfCta == std::to_string(n)) {
+            return n;
+        }
     }
-    return nullptr;
+    return 1;
 }
 
 void BaseViewController::contentFlow(ContentType contentType) {
@@ -238,6 +233,42 @@ void BaseViewController::contentFlow(ContentType contentType) {
     }
     d->startWebFlow(QuillgateClient::shared().contentID, contentType, "");
     EventManager::shared().logEventCLICK("CONTENT", EventLocation::PAYWALL);
+}
+
+bool BaseViewController::actOnOfferWord(const std::string& word) {
+    auto d = delegate().lock();
+    const std::string& contentID = QuillgateClient::shared().contentID;
+    if (word == "content") {
+        platform::log("content");
+        if (d) {
+            d->startWebFlow(contentID, ContentType::readNow, "");
+            EventManager::shared().logEventCLICK("CONTENT", EventLocation::PAYWALL);
+        }
+        return true;
+    }
+    if (word == "pass") {
+        platform::log("pass");
+        if (d) {
+            d->startWebFlow(contentID, ContentType::buyPass, "");
+            EventManager::shared().logEventCLICK("PASS", EventLocation::PAYWALL);
+        }
+        return true;
+    }
+    if (word == "subscription") {
+        platform::log("subscription");
+        if (d) {
+            d->subscribeTap(true);
+        }
+        return true;
+    }
+    return false;
+}
+
+void BaseViewController::submitValueWord(const std::optional<std::string>& value) {
+    platform::log("Selected Slot: " + description::optional(value));
+    if (value) {
+        actOnOfferWord(platform::text::lowercased(*value));
+    }
 }
 
 }  // namespace quillgate

@@ -107,6 +107,8 @@ class BaseViewController : public ui::ViewController,
 
     // The configuration's pieces, or null when a level is missing.
     const JSONs* styleDocument() const;
+    // The client's numOfCta as a variant number: "1" to `count`; anything else is 1.
+    static int variantNumber(const std::string& numOfCta, int count);
     const typography* textStyles() const;
     const Borders* borders() const;
     const SlotInfo* slots() const;
@@ -145,6 +147,16 @@ class BaseViewController : public ui::ViewController,
     // The card's height for a content height: plus the key window's bottom safe-area inset
     // unless the wall is a popup, at most three quarters of the screen.
     static double cardHeight(double contentHeight);
+
+    // The footer's button on an offer's value word, already in lower case: "content" prints
+    // "content" and, with a delegate, opens the read-now web flow and logs the CONTENT click;
+    // "pass" the same with the pass flow and the PASS click; "subscription" prints and asks
+    // the delegate's subscribe start to log its own click. False for any other word, which
+    // does nothing here.
+    bool actOnOfferWord(const std::string& word);
+    // The footer's button of the families that keep only a slot's value word: prints
+    // "Selected Slot: " and the word's description, then acts on it in lower case.
+    void submitValueWord(const std::optional<std::string>& value);
     // Sets the card's height constraint and lays the scene out again.
     void setCardHeight(double height);
 };

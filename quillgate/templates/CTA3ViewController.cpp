@@ -1,6 +1,5 @@
 #include "quillgate/templates/CTA3ViewController.h"
 
-#include "quillgate/analytics/EventManager.h"
 #include "quillgate/client/QuillgateClient.h"
 #include "quillgate/platform/Log.h"
 #include "quillgate/platform/Text.h"
@@ -8,6 +7,7 @@
 #include "quillgate/templates/CardLayout.h"
 #include "quillgate/templates/CommonCells.h"
 #include "quillgate/templates/Styling.h"
+#include "quillgate/templates/TemplateParts.h"
 
 namespace quillgate {
 
@@ -30,19 +30,9 @@ struct BoxStyle {
 
 BoxStyle boxStyle(const SharedCustomizePayWallModel& model, Box box) {
     BoxStyle style{};
-    const JSONs* json = nullptr;
-    if (model && model->data && model->data->configuration && model->data->configuration->mobile &&
-        model->data->configuration->mobile->json) {
-        json = &*model->data->configuration->mobile->json;
-    }
-    const typography* texts = json && json->styleForText && json->styleForText->typography
-                                  ? &*json->styleForText->typography
-                                  : nullptr;
-    const Borders* frames = json && json->styleForBackground && json->styleForBackground->border
-                                ? &*json->styleForBackground->border
-                                : nullptr;
-    const SlotInfo* slots =
-        json && json->slotData && json->slotData->slot ? &*json->slotData->slot : nullptr;
+    const typography* texts = textStylesOf(model);
+    const Borders* frames = bordersOf(model);
+    const SlotInfo* slots = slotInfoOf(model);
     switch (box) {
         case first:
             style.defaultTitle = "Weekly \nMICROPAYMENT";
@@ -94,27 +84,8 @@ std::string priceLine(const BoxStyle& style, const char* variantLine) {
             text = given;
         }
     }
-    if (!style.slot || !isNotBlank(style.slot->value)) {
-        return text;
-    }
-    platform::log(std::string(variantLine) + *style.slot->value);
-    const auto& details = QuillgateClient::shared().contentDetailsModel;
-    const std::string word = platform::text::lowercased(*style.slot->value);
-    if (word != "subscription" && word != "custom url" && details && details->currencySymbol) {
-        text += *details->currencySymbol;
-    }
-    if (word == "content") {
-        platform::log("content");
-        if (details && details->microPricing && details->microPricing->price) {
-            text += priceString(*details->microPricing->price);
-        }
-    }
-    if (word == "pass") {
-        if (details && details->validPass && details->validPass->price) {
-            text += priceString(*details->validPass->price);
-        }
-    }
-    return text;
+    return livePriceText(std::move(text), valueOf(style.slot), variantLine,
+                         WholeTextWords::subscriptionAndCustomUrl);
 }
 
 void configureBox(const SharedCustomizePayWallModel& model, Box box, const char* variantLine,
@@ -286,13 +257,14 @@ void CTA3A3TableViewCell::btnYearlyAction() {
 // ---- Screen ----------------------------------------------------------------------------
 
 CTA3Type CTA3ViewController::typeFor(const std::string& numOfCta) {
-    if (numOfCta == "2") {
-        return CTA3Type::CTA3A2;
+    switch (variantNumber(numOfCta, 3)) {
+        case 2:
+            return CTA3Type::CTA3A2;
+        case 3:
+            return CTA3Type::CTA3A3;
+        default:
+            return CTA3Type::CTA3A1;
     }
-    if (numOfCta == "3") {
-        return CTA3Type::CTA3A3;
-    }
-    return CTA3Type::CTA3A1;
 }
 
 void CTA3ViewController::viewDidLoad() {
@@ -353,31 +325,21 @@ std::shared_ptr<ui::TableViewCell> CTA3ViewController::cellForRow(ui::TableView&
                 case CTA3Type::CTA3A2: {
                     auto cell = dequeue<CTA3A2TableViewCell>(table, "CTA3A2TableViewCell");
                     cell->configure(model);
-                    auto daily = weakAction(&CTA3ViewController::btnDailyPassTap);
-                    auto weekly = weakAction(&CTA3ViewController::btnWeeklyPassTap);
-                    cell->btnD->addTarget(
-                        this, "btnDailyPassTap:", [daily](ui::Control&) { daily(); },
-                        ui::ControlEvent::touchUpInside);
-                    cell->btnW->addTarget(
-                        this, "btnWeeklyPassTap:", [weekly](ui::Control&) { weekly(); },
-                        ui::ControlEvent::touchUpInside);
+                    wireTouchUp(*cell->btnD, this, "btnDailyPassTap:",
+                                weakAction(&CTA3ViewController::btnDailyPassTap));
+                    wireTouchUp(*cell->btnW, this, "btnWeeklyPassTap:",
+                                weakAction(&CTA3ViewController::btnWeeklyPassTap));
                     return cell;
                 }
                 case CTA3Type::CTA3A3: {
                     auto cell = dequeue<CTA3A3TableViewCell>(table, "CTA3A3TableViewCell");
                     cell->configure(model);
-                    auto daily = weakAction(&CTA3ViewController::btnDailyPassTap);
-                    auto weekly = weakAction(&CTA3ViewController::btnWeeklyPassTap);
-                    auto yearly = weakAction(&CTA3ViewController::btnYearlyTap);
-                    cell->btnD->addTarget(
-                        this, "btnDailyPassTap:", [daily](ui::Control&) { daily(); },
-                        ui::ControlEvent::touchUpInside);
-                    cell->btnW->addTarget(
-                        this, "btnWeeklyPassTap:", [weekly](ui::Control&) { weekly(); },
-                        ui::ControlEvent::touchUpInside);
-                    cell->btnY->addTarget(
-                        this, "btnYearlyTap:", [yearly](ui::Control&) { yearly(); },
-                        ui::ControlEvent::touchUpInside);
+                    wireTouchUp(*cell->btnD, this, "btnDailyPassTap:",
+                                weakAction(&CTA3ViewController::btnDailyPassTap));
+                    wireTouchUp(*cell->btnW, this, "btnWeeklyPassTap:",
+                                weakAction(&CTA3ViewController::btnWeeklyPassTap));
+                    wireTouchUp(*cell->btnY, this,
+                                "btnYearlyTap:", weakAction(&CTA3ViewController::btnYearlyTap));
                     return cell;
                 }
             }
@@ -409,31 +371,14 @@ void CTA3ViewController::btnSubmitAction() {
     if (!selectedSlot || !selectedSlot->value) {
         return;
     }
-    auto& client = QuillgateClient::shared();
-    auto d = delegate().lock();
     const std::string word = platform::text::lowercased(*selectedSlot->value);
-    if (word == "content") {
-        platform::log("content");
-        if (d) {
-            d->startWebFlow(client.contentID, ContentType::readNow, "");
-            EventManager::shared().logEventCLICK("CONTENT", EventLocation::PAYWALL);
-        }
-    } else if (word == "pass") {
-        platform::log("pass");
-        if (d) {
-            d->startWebFlow(client.contentID, ContentType::buyPass, "");
-            EventManager::shared().logEventCLICK("PASS", EventLocation::PAYWALL);
-        }
-    } else if (word == "subscription") {
-        platform::log("subscription");
-        if (d) {
-            d->subscribeTap(true);
-        }
-    } else if (word == "custom url") {
-        platform::log("custom url");
-        if (auto host = client.completionHandlerDelegate.lock()) {
-            host->onCustomLinkSlot(selectedSlot->redirectUrl, client.contentID);
-        }
+    if (actOnOfferWord(word) || word != "custom url") {
+        return;
+    }
+    platform::log("custom url");
+    auto& client = QuillgateClient::shared();
+    if (auto host = client.completionHandlerDelegate.lock()) {
+        host->onCustomLinkSlot(selectedSlot->redirectUrl, client.contentID);
     }
 }
 

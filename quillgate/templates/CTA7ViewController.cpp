@@ -1,11 +1,5 @@
 #include "quillgate/templates/CTA7ViewController.h"
 
-#include "quillgate/analytics/EventManager.h"
-#include "quillgate/client/QuillgateClient.h"
-#include "quillgate/platform/Log.h"
-#include "quillgate/platform/Text.h"
-#include "quillgate/service/Description.h"
-
 namespace quillgate {
 
 void CTA7ViewController::viewDidLoad() {
@@ -46,31 +40,7 @@ std::shared_ptr<ui::TableViewCell> CTA7ViewController::cellForRow(ui::TableView&
 }
 
 void CTA7ViewController::btnSubmitAction() {
-    platform::log("Selected Slot: " + description::optional(selectedSlot));
-    if (!selectedSlot) {
-        return;
-    }
-    auto d = delegate().lock();
-    const std::string& contentID = QuillgateClient::shared().contentID;
-    const std::string word = platform::text::lowercased(*selectedSlot);
-    if (word == "content") {
-        platform::log("content");
-        if (d) {
-            d->startWebFlow(contentID, ContentType::readNow, "");
-            EventManager::shared().logEventCLICK("CONTENT", EventLocation::PAYWALL);
-        }
-    } else if (word == "pass") {
-        platform::log("pass");
-        if (d) {
-            d->startWebFlow(contentID, ContentType::buyPass, "");
-            EventManager::shared().logEventCLICK("PASS", EventLocation::PAYWALL);
-        }
-    } else if (word == "subscription") {
-        platform::log("subscription");
-        if (d) {
-            d->subscribeTap(true);
-        }
-    }
+    submitValueWord(selectedSlot);
 }
 
 }  // namespace quillgate

@@ -5,30 +5,11 @@
 #include "quillgate/service/Constants.h"
 #include "quillgate/templates/CardLayout.h"
 #include "quillgate/templates/Styling.h"
+#include "quillgate/templates/TemplateParts.h"
 
 namespace quillgate {
 
 namespace {
-
-const typography* typographyOf(const SharedCustomizePayWallModel& model) {
-    if (model && model->data && model->data->configuration && model->data->configuration->mobile &&
-        model->data->configuration->mobile->json &&
-        model->data->configuration->mobile->json->styleForText &&
-        model->data->configuration->mobile->json->styleForText->typography) {
-        return &*model->data->configuration->mobile->json->styleForText->typography;
-    }
-    return nullptr;
-}
-
-const Borders* bordersOf(const SharedCustomizePayWallModel& model) {
-    if (model && model->data && model->data->configuration && model->data->configuration->mobile &&
-        model->data->configuration->mobile->json &&
-        model->data->configuration->mobile->json->styleForBackground &&
-        model->data->configuration->mobile->json->styleForBackground->border) {
-        return &*model->data->configuration->mobile->json->styleForBackground->border;
-    }
-    return nullptr;
-}
 
 // The offer's coupon code, when it has a non-blank one.
 std::optional<std::string> couponCode() {
@@ -123,7 +104,7 @@ void CommonHeaderCenterTableViewCell::configure(const std::string& defaultText,
 }
 
 void CommonHeaderTableViewCell::configure(const SharedCustomizePayWallModel& model) {
-    const typography* texts = typographyOf(model);
+    const typography* texts = textStylesOf(model);
     const auto style = texts ? texts->heading : std::nullopt;
     styleLabel(*lblTitle, style, textOrDefault(style, defaultTitle), 36.0);
 }
@@ -146,7 +127,7 @@ void CommonFooterTableViewCell::configure(bool useMainButton, const std::string&
     }
     stackHeight->setConstant(height);
 
-    const typography* texts = typographyOf(model);
+    const typography* texts = textStylesOf(model);
     const Borders* frames = bordersOf(model);
     std::optional<typographyData> buttonText;
     std::optional<borderData> buttonBorder;

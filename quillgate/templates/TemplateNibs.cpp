@@ -7,7 +7,9 @@
 #include "quillgate/templates/BaseViewController.h"
 #include "quillgate/templates/CTA3ViewController.h"
 #include "quillgate/templates/CommonCells.h"
+#include "quillgate/templates/NibParts.h"
 #include "quillgate/templates/RGViewController.h"
+#include "quillgate/templates/TemplateParts.h"
 #include "quillgate/templates/ZelViewController.h"
 #include "quillgate/ui/Button.h"
 #include "quillgate/ui/Label.h"
@@ -102,37 +104,10 @@ std::shared_ptr<ui::View> cardScene(ui::Responder* owner) {
     return root;
 }
 
-std::shared_ptr<ui::Label> label(const std::shared_ptr<ui::View>& parent, double size,
-                                 ui::TextAlignment alignment, int lines = 0) {
-    auto l = std::make_shared<ui::Label>();
-    l->setFont(ui::Font::system(size));
-    l->setTextAlignment(alignment);
-    l->setNumberOfLines(lines);
-    l->setFrame(ui::Rect(0, 0, 160, size * 1.4));
-    parent->addSubview(l);
-    return l;
-}
-
-std::shared_ptr<ui::View> box(const std::shared_ptr<ui::View>& parent) {
-    auto v = std::make_shared<ui::View>();
-    parent->addSubview(v);
-    return v;
-}
-
-// A transparent button over a whole box: the box is what the reader sees and taps.
-std::shared_ptr<CustomButton> overlayButton(const std::shared_ptr<ui::View>& parent) {
-    auto b = std::make_shared<CustomButton>(ui::ButtonType::custom);
-    parent->addSubview(b);
-    return b;
-}
-
-template <class Cell>
-std::shared_ptr<Cell> makeCell(double height) {
-    auto cell = std::make_shared<Cell>();
-    cell->setFrame(ui::Rect(0, 0, 390, height));
-    cell->setBackgroundColor(ui::Color::clear());
-    return cell;
-}
+using nib::box;
+using nib::label;
+using nib::makeCell;
+using nib::overlayButton;
 
 std::shared_ptr<ui::View> headerCenterCell(ui::Responder*) {
     auto cell = makeCell<CommonHeaderCenterTableViewCell>(44);
@@ -207,7 +182,8 @@ struct PriceBox {
 
 PriceBox priceBox(const std::shared_ptr<ui::View>& row) {
     PriceBox b;
-    b.frame = box(row);
+    auto frame = nib::overlaidBox(row);
+    b.frame = frame;
     b.frame->layer().cornerRadius = 8;
     b.frame->layer().borderWidth = 2;
     b.frame->layer().borderColor = ui::Color::rgb255(0x70, 0x70, 0x70);
@@ -215,6 +191,7 @@ PriceBox priceBox(const std::shared_ptr<ui::View>& row) {
     b.title->setFrame(ui::Rect(0, 0, 100, 40));
     b.price = label(b.frame, 14, ui::TextAlignment::center);
     b.button = overlayButton(b.frame);
+    frame->button = b.button;
     return b;
 }
 
@@ -230,27 +207,29 @@ std::shared_ptr<ui::View> cta3A1Cell(ui::Responder*) {
     return cell;
 }
 
+// Binds the first two boxes of a CTA3 row and the cell's own actions on their buttons.
+template <class Cell>
+void bindFirstTwo(Cell& cell, const PriceBox& d, const PriceBox& w) {
+    cell.viewDaily = d.frame;
+    cell.lblDTitle = d.title;
+    cell.lblDPrice = d.price;
+    cell.btnD = d.button;
+    cell.viewWeekly = w.frame;
+    cell.lblWTitle = w.title;
+    cell.lblWPrice = w.price;
+    cell.btnW = w.button;
+    Cell* self = &cell;
+    wireTouchUp(*d.button, self, "btnDailyPassAction:", [self] { self->btnDailyPassAction(); });
+    wireTouchUp(*w.button, self, "btnWeeklyPassAction:", [self] { self->btnWeeklyPassAction(); });
+}
+
 std::shared_ptr<ui::View> cta3A2Cell(ui::Responder*) {
     auto cell = makeCell<CTA3A2TableViewCell>(100);
     auto row = box(cell->contentView());
     cell->boxView = row;
     auto d = priceBox(row);
     auto w = priceBox(row);
-    cell->viewDaily = d.frame;
-    cell->lblDTitle = d.title;
-    cell->lblDPrice = d.price;
-    cell->btnD = d.button;
-    cell->viewWeekly = w.frame;
-    cell->lblWTitle = w.title;
-    cell->lblWPrice = w.price;
-    cell->btnW = w.button;
-    CTA3A2TableViewCell* self = cell.get();
-    d.button->addTarget(
-        self, "btnDailyPassAction:", [self](ui::Control&) { self->btnDailyPassAction(); },
-        ui::ControlEvent::touchUpInside);
-    w.button->addTarget(
-        self, "btnWeeklyPassAction:", [self](ui::Control&) { self->btnWeeklyPassAction(); },
-        ui::ControlEvent::touchUpInside);
+    bindFirstTwo(*cell, d, w);
     return cell;
 }
 
@@ -261,28 +240,13 @@ std::shared_ptr<ui::View> cta3A3Cell(ui::Responder*) {
     auto d = priceBox(row);
     auto w = priceBox(row);
     auto y = priceBox(row);
-    cell->viewDaily = d.frame;
-    cell->lblDTitle = d.title;
-    cell->lblDPrice = d.price;
-    cell->btnD = d.button;
-    cell->viewWeekly = w.frame;
-    cell->lblWTitle = w.title;
-    cell->lblWPrice = w.price;
-    cell->btnW = w.button;
+    bindFirstTwo(*cell, d, w);
     cell->viewYearly = y.frame;
     cell->lblYTitle = y.title;
     cell->lblYPrice = y.price;
     cell->btnY = y.button;
     CTA3A3TableViewCell* self = cell.get();
-    d.button->addTarget(
-        self, "btnDailyPassAction:", [self](ui::Control&) { self->btnDailyPassAction(); },
-        ui::ControlEvent::touchUpInside);
-    w.button->addTarget(
-        self, "btnWeeklyPassAction:", [self](ui::Control&) { self->btnWeeklyPassAction(); },
-        ui::ControlEvent::touchUpInside);
-    y.button->addTarget(
-        self, "btnYearlyAction:", [self](ui::Control&) { self->btnYearlyAction(); },
-        ui::ControlEvent::touchUpInside);
+    wireTouchUp(*y.button, self, "btnYearlyAction:", [self] { self->btnYearlyAction(); });
     return cell;
 }
 
@@ -301,6 +265,7 @@ void registerTemplateNibs() {
     registry.registerNib("CTA3A3TableViewCell", cta3A3Cell);
     RGViewController::registerNibs();
     ZelViewController::registerNibs();
+    nib::registerOfferNibs();
 }
 
 }  // namespace quillgate

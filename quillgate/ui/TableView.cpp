@@ -253,8 +253,23 @@ bool TableView::tapRow(IndexPath indexPath) {
         return false;
     }
     cell->touchesBegan();
+    selectByTouch(indexPath);
+    return true;
+}
+
+bool TableView::touchEndedOnCell(const TableViewCell& cell) {
+    auto self = weak_from_this().lock();
+    const auto indexPath = indexPathForCell(cell);
+    if (!indexPath) {
+        return false;
+    }
+    selectByTouch(*indexPath);
+    return true;
+}
+
+void TableView::selectByTouch(IndexPath indexPath) {
     if (!allowsSelection_) {
-        return true;
+        return;
     }
     const auto previous = selected_;
     if (previous && *previous != indexPath) {
@@ -267,7 +282,6 @@ bool TableView::tapRow(IndexPath indexPath) {
     if (auto d = delegate()) {
         d->didSelectRow(*this, indexPath);
     }
-    return true;
 }
 
 void TableView::describeAttributes(std::vector<std::string>& out) const {

@@ -161,6 +161,10 @@ class TableView : public ScrollView {
     // and didSelectRow for it. False when the table can't receive touches or the row isn't
     // there.
     bool tapRow(IndexPath indexPath);
+    // A reader's touch that ended on `cell` (on the cell or on a view inside it that passed
+    // the touch on): when selection is allowed, the cell's row becomes the selected one as
+    // with `tapRow`. False when the cell isn't one of the table's rows.
+    bool touchEndedOnCell(const TableViewCell& cell);
 
     // Measures and places the rows again when the width changed since they were placed.
     void layoutSubviews() override;
@@ -180,6 +184,8 @@ class TableView : public ScrollView {
     };
     double headerHeight(const Section& section, double width) const;
     double rowHeightFor(const Row& row, double width) const;
+    // The selection a reader's touch on a row makes, when selection is allowed.
+    void selectByTouch(IndexPath indexPath);
     // Places headers and rows from the top at the current width; sets the content size.
     void placeRows();
 

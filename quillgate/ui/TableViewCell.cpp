@@ -1,5 +1,7 @@
 #include "quillgate/ui/TableViewCell.h"
 
+#include "quillgate/ui/TableView.h"
+
 namespace quillgate::ui {
 
 const std::shared_ptr<View>& TableViewCell::contentView() {
@@ -25,6 +27,17 @@ void TableViewCell::setSelected(bool selected, bool animated) {
 void TableViewCell::setHighlighted(bool highlighted, bool animated) {
     (void)animated;
     highlighted_ = highlighted;
+}
+
+void TableViewCell::touchesEnded() {
+    auto self = weak_from_this().lock();
+    for (auto v = superview(); v; v = v->superview()) {
+        if (auto table = std::dynamic_pointer_cast<TableView>(v)) {
+            table->touchEndedOnCell(*this);
+            break;
+        }
+    }
+    View::touchesEnded();
 }
 
 void TableViewCell::describeAttributes(std::vector<std::string>& out) const {

@@ -8,8 +8,9 @@
 // A row of a table view. Nib builders put the row's elements into `contentView()`. The table
 // keeps cells for reuse by identifier: before a cell is handed out again it hears
 // `prepareForReuse()`, and it keeps whatever else it collected (targets, recognisers), so
-// a cell adds those once. Selection changes go through the virtual `setSelected`. Main thread
-// only.
+// a cell adds those once. Selection changes go through the virtual `setSelected`; a reader's
+// touch that ends on a cell (or on a view in it that takes no touches of its own) selects the
+// row as a tap on the row would. Main thread only.
 namespace quillgate::ui {
 
 enum class CellSelectionStyle { none = 0, blue = 1, gray = 2, defaultStyle = 3 };
@@ -36,6 +37,10 @@ class TableViewCell : public View {
     bool isHighlighted() const { return highlighted_; }
     virtual void setHighlighted(bool highlighted, bool animated = false);
     virtual void prepareForReuse() {}
+
+    // A touch that ends on the cell selects its row in the table it is in, then goes on up
+    // the responder chain.
+    void touchesEnded() override;
 
     void describeAttributes(std::vector<std::string>& out) const override;
 

@@ -130,6 +130,7 @@ void AccessService::resetLocked() {
     challenges_.clear();
     readers_.clear();
     createdArticles_.clear();
+    timerEnds_.clear();
     for (const UserSpec& spec : scenario_.users) {
         User user;
         user.id = spec.details._id.value_or(randomHex(24));
@@ -441,14 +442,23 @@ Reply AccessService::paywallConfig(const std::string& clientId, const Params& pa
         return Reply::error(404, "Paywall not found");
     }
     CustomizePayWallModel config = it->second.config;
-    if (it->second.timerSecondsFromNow && config.data && config.data->configuration &&
+    std::optional<std::chrono::system_clock::time_point> timerEnd;
+    if (it->second.timerSecondsFromNow) {
+        timerEnd = clock_() + std::chrono::seconds(*it->second.timerSecondsFromNow);
+    } else if (it->second.timerSecondsFromFirstRequest) {
+        timerEnd =
+            timerEnds_
+                .try_emplace(paywallId, clock_() + std::chrono::seconds(
+                                                       *it->second.timerSecondsFromFirstRequest))
+                .first->second;
+    }
+    if (timerEnd && config.data && config.data->configuration &&
         config.data->configuration->mobile && config.data->configuration->mobile->json) {
         auto& json = *config.data->configuration->mobile->json;
         if (!json.timerValue) {
             json.timerValue = TimerInfo{};
         }
-        json.timerValue->time =
-            timerTime(clock_() + std::chrono::seconds(*it->second.timerSecondsFromNow));
+        json.timerValue->time = timerTime(*timerEnd);
     }
     return Reply::json(200, encode(config));
 }

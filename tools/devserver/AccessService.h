@@ -176,6 +176,8 @@ class AccessService {
     std::map<std::string, Session> sessions_;
     std::map<std::string, Challenge> challenges_;
     std::map<std::string, Reader> readers_;
+    // The fixed ends of the timers counted from a paywall's first answer, by paywall id.
+    std::map<std::string, std::chrono::system_clock::time_point> timerEnds_;
     // Articles first seen through a request, by (client id, content id).
     std::map<std::pair<std::string, std::string>, Article> createdArticles_;
 };

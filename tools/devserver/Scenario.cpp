@@ -227,6 +227,10 @@ void loadPaywalls(Scenario& scenario, const std::filesystem::path& dir, const Js
         if (entry.contains("timerSecondsFromNow")) {
             pw.timerSecondsFromNow = integer(entry, "timerSecondsFromNow", where, 0);
         }
+        if (entry.contains("timerSecondsFromFirstRequest")) {
+            pw.timerSecondsFromFirstRequest =
+                integer(entry, "timerSecondsFromFirstRequest", where, 0);
+        }
         Json config = entry.value("config", Json::object());
         // The style document is the shared one with this paywall's changes merged over it.
         Json& mobile = config["data"]["configuration"]["mobile"];

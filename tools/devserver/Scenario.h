@@ -95,6 +95,10 @@ struct PaywallSetup {
     Conditions conditions;
     // When set, the configuration's timer ends this many seconds after the answer.
     std::optional<int64_t> timerSecondsFromNow;
+    // When set, the configuration's timer ends this many seconds after the first answer
+    // for this paywall, and keeps that end on later answers (until the service is reset):
+    // a countdown that runs out while its wall is up, and stays over when asked again.
+    std::optional<int64_t> timerSecondsFromFirstRequest;
     CustomizePayWallModel config;
 };
 

@@ -238,6 +238,22 @@ TEST_F(AccessServiceTest, TimerTemplatesCountDownFromTheAnswer) {
     EXPECT_EQ(config->data->configuration->mobile->json->timerValue->time, timerTime(now_ + 48h));
 }
 
+TEST_F(AccessServiceTest, ATimerFromTheFirstAnswerKeepsItsEndUntilReset) {
+    auto timeOf = [this] {
+        auto config = decode<CustomizePayWallModel>(
+            service_.paywallConfig(kClient, {{"paywallId", "pw-13a-ending"}}).body);
+        EXPECT_TRUE(config.ok());
+        return config->data->configuration->mobile->json->timerValue->time.value_or("");
+    };
+    const auto start = now_;
+    EXPECT_EQ(timeOf(), timerTime(start + 4s));
+    // Asked again after its end, the same end: the offer is over.
+    now_ += 10s;
+    EXPECT_EQ(timeOf(), timerTime(start + 4s));
+    service_.reset();
+    EXPECT_EQ(timeOf(), timerTime(now_ + 4s));
+}
+
 TEST(TimerTimeTest, WritesTheFormTheTimerTemplatesParse) {
     // 2024-02-29 13:05:09 UTC, a Thursday.
     const auto moment = std::chrono::system_clock::time_point(std::chrono::seconds(1709211909));

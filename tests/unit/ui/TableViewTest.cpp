@@ -2,6 +2,8 @@
 // reader and by code.
 
 #include "quillgate/ui/CollectionView.h"
+#include "quillgate/ui/GestureRecognizer.h"
+#include "quillgate/ui/Label.h"
 #include "quillgate/ui/TableView.h"
 #include "tests/unit/ui/UiTestSupport.h"
 
@@ -126,6 +128,31 @@ TEST_F(TableViewTest, TappingRowsSelectsAndTellsTheDelegate) {
     table->setHidden(true);
     EXPECT_FALSE(table->tapRow({0, 1}));
     EXPECT_TRUE(rows->events.empty());
+}
+
+TEST_F(TableViewTest, ATouchOnAViewInsideACellSelectsItsRow) {
+    rows->heights = {44, 44};
+    table->reloadData();
+    auto words = std::make_shared<Label>();
+    table->cellForRow({0, 1})->contentView()->addSubview(words);
+    auto link = std::make_shared<Label>();
+    bool linked = false;
+    link->addGestureRecognizer(
+        std::make_shared<TapGestureRecognizer>([&](GestureRecognizer&) { linked = true; }));
+    link->setUserInteractionEnabled(true);
+    table->cellForRow({0, 0})->contentView()->addSubview(link);
+
+    // A plain label passes the touch to its cell, which selects its row.
+    EXPECT_TRUE(words->superview()->tap());
+    EXPECT_EQ(rows->events, (Lines{"select 1"}));
+    // A recogniser that takes the touch leaves the selection alone.
+    EXPECT_TRUE(link->tap());
+    EXPECT_TRUE(linked);
+    EXPECT_EQ(rows->events, (Lines{"select 1"}));
+    // A cell outside any table only passes the touch on.
+    auto loose = std::make_shared<TableViewCell>();
+    EXPECT_TRUE(loose->tap());
+    EXPECT_EQ(rows->events, (Lines{"select 1"}));
 }
 
 TEST_F(TableViewTest, CellsRegisteredByNibAreBuiltThroughTheRegistry) {
