@@ -21,7 +21,8 @@ endif()
 run("configuring the library" ${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/library -G Ninja
     -DCMAKE_CXX_COMPILER=${CXX} ${launcher} -DCMAKE_BUILD_TYPE=
     -DBUILD_SHARED_LIBS=ON -DQUILLGATE_WERROR=ON
-    -DQUILLGATE_BUILD_TOOLS=OFF -DQUILLGATE_BUILD_TESTS=OFF -DQUILLGATE_BUILD_BENCH=OFF)
+    -DQUILLGATE_BUILD_TOOLS=OFF -DQUILLGATE_BUILD_TESTS=OFF -DQUILLGATE_BUILD_BENCH=OFF
+    -DQUILLGATE_DESKTOP=OFF)
 run("building the library" ${CMAKE_COMMAND} --build ${WORK}/library --parallel 2)
 file(REMOVE_RECURSE ${staging})
 run("installing the library" ${CMAKE_COMMAND} --install ${WORK}/library --prefix ${staging})

@@ -11,6 +11,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     fonts-roboto fonts-dejavu-core
     libgumbo-dev
+    libgtk-4-dev libwebkitgtk-6.0-dev xvfb xauth
 )
 if [[ "${QUILLGATE_FUZZ:-0}" == "1" ]]; then
     packages+=(clang libclang-rt-dev)

@@ -103,6 +103,7 @@ std::size_t RunLoop::runPending() {
             entry.task();
         }
         entry = Entry{};
+        ++completed_;
         notifyTaskObserver();
     }
     notifyTaskObserver();
@@ -161,10 +162,19 @@ void RunLoop::run() {
             continue;
         }
         if (clock_->isManual() || queue_.empty()) {
+            if (idleWait_) {
+                lock.unlock();
+                idleWait_(std::chrono::steady_clock::time_point::max());
+                continue;
+            }
             cv_.wait(lock, [&] { return stopped_ || hasDue(); });
         } else {
             lock.unlock();
             auto deadline = nextDeadline();
+            if (idleWait_ && deadline) {
+                idleWait_(wakeTime(*deadline));
+                continue;
+            }
             lock.lock();
             if (deadline) {
                 cv_.wait_until(lock, wakeTime(*deadline), [&] { return stopped_ || hasDue(); });
@@ -194,7 +204,16 @@ bool RunLoop::runUntil(const std::function<bool()>& done, std::chrono::milliseco
         // after runPending() and the done test is due at once, so the loop does not sleep
         // over it.
         std::unique_lock lock(mutex_);
-        cv_.wait_until(lock, wakeAt, [&] { return stopped_ || hasDueLocked(); });
+        if (idleWait_) {
+            if (!stopped_ && !hasDueLocked()) {
+                // Work added from here on calls the wake-up callback, which ends the wait.
+                lock.unlock();
+                idleWait_(wakeAt);
+                lock.lock();
+            }
+        } else {
+            cv_.wait_until(lock, wakeAt, [&] { return stopped_ || hasDueLocked(); });
+        }
         if (stopped_) {
             stopped_ = false;
             lock.unlock();
@@ -205,11 +224,16 @@ bool RunLoop::runUntil(const std::function<bool()>& done, std::chrono::milliseco
 }
 
 void RunLoop::stop() {
+    std::function<void()> wake;
     {
         std::lock_guard lock(mutex_);
         stopped_ = true;
+        wake = wake_;
     }
     cv_.notify_all();
+    if (wake) {
+        wake();
+    }
 }
 
 void RunLoop::advance(double secondsToAdvance) {
@@ -234,6 +258,10 @@ void RunLoop::advance(double secondsToAdvance) {
 
 std::chrono::steady_clock::time_point RunLoop::wakeTime(MonotonicTime deadline) const {
     return std::chrono::steady_clock::now() + (deadline - clock_->monotonicNow());
+}
+
+void RunLoop::setIdleWait(IdleWait wait) {
+    idleWait_ = std::move(wait);
 }
 
 void RunLoop::setWakeUpCallback(std::function<void()> wake) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -83,6 +84,18 @@ class QUILLGATE_EXPORT RunLoop {
     std::optional<MonotonicTime> nextDeadline() const;
     // Called (from any thread) whenever work is added, so a host's own loop can wake up.
     void setWakeUpCallback(std::function<void()> wake);
+    // Where run() and runUntil() wait while nothing is due: by default on the queue itself;
+    // a host with an event loop of its own (a GUI toolkit's) installs a wait that runs that
+    // loop until the given instant, so that its events are handled meanwhile. The wait must
+    // return early once the wake-up callback has been called (also when that call came just
+    // before the wait began), and may return early for any other reason. Loop thread only;
+    // an empty function restores the default.
+    using IdleWait = std::function<void(std::chrono::steady_clock::time_point until)>;
+    void setIdleWait(IdleWait wait);
+
+    // How many tasks and timers the loop has run so far: a host redraws only after a turn
+    // that ran something. Loop thread only.
+    std::uint64_t completedTaskCount() const { return completed_; }
 
     // Called on the loop's thread after each task or timer the loop runs, and once more at
     // the end of every runPending (one turn of the loop, even when nothing was due), so that
@@ -115,6 +128,8 @@ class QUILLGATE_EXPORT RunLoop {
     bool stopped_ = false;
     std::function<void()> wake_;
     std::function<void()> taskObserver_;  // loop thread only
+    IdleWait idleWait_;                   // loop thread only
+    std::uint64_t completed_ = 0;         // loop thread only
 };
 
 }  // namespace quillgate::platform

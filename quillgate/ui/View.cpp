@@ -405,6 +405,46 @@ void View::removeGestureRecognizer(const std::shared_ptr<GestureRecognizer>& rec
     }
 }
 
+std::shared_ptr<View> View::hitTest(Point point) {
+    if (hidden_ || !userInteractionEnabled_ || alpha_ < 0.01 || !bounds().contains(point)) {
+        return nullptr;
+    }
+    auto self = weak_from_this().lock();
+    for (auto it = subviews_.rbegin(); it != subviews_.rend(); ++it) {
+        // A subview may go while another one answers; hold it for the call.
+        const std::shared_ptr<View> sub = *it;
+        const Rect b = sub->bounds();
+        const Point local{point.x - sub->frame_.x() + b.x(), point.y - sub->frame_.y() + b.y()};
+        if (auto hit = sub->hitTest(local)) {
+            return hit;
+        }
+    }
+    return self;
+}
+
+Point View::convertPoint(Point point, const View* view) const {
+    // Up to the root from here, then down to `view` by subtracting its offset to the root.
+    const auto toRoot = [](const View* v, Point p) {
+        for (; v; v = v->superview().get()) {
+            const Rect b = v->bounds();
+            p.x -= b.x();
+            p.y -= b.y();
+            if (!v->superview()) {
+                break;
+            }
+            p.x += v->frame_.x();
+            p.y += v->frame_.y();
+        }
+        return p;
+    };
+    const Point inRoot = toRoot(this, point);
+    if (!view) {
+        return inRoot;
+    }
+    const Point origin = toRoot(view, Point{0, 0});
+    return Point{inRoot.x - origin.x, inRoot.y - origin.y};
+}
+
 bool View::tap() {
     auto self = weak_from_this().lock();
     if (!canReceiveTouches()) {

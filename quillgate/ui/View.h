@@ -200,6 +200,15 @@ class QUILLGATE_EXPORT View : public Responder,
     }
 
     // ---- Touches
+    // The front-most view under `point` (in this view's bounds coordinates) that takes
+    // touches: a descendant or this view itself. Nothing when the point lies outside the
+    // bounds or the view is hidden, faded out (alpha below 0.01) or takes no touches; a subview
+    // is looked at only where it lies inside its superview, front-most (last added) first, so
+    // a label that takes no touches lets the point through to the view beneath it.
+    std::shared_ptr<View> hitTest(Point point);
+    // Where `point`, in this view's bounds coordinates, lies in `view`'s, or in the window's
+    // when `view` is null. Both must be in one tree.
+    Point convertPoint(Point point, const View* view) const;
     void addGestureRecognizer(const std::shared_ptr<GestureRecognizer>& recognizer);
     void removeGestureRecognizer(const std::shared_ptr<GestureRecognizer>& recognizer);
     const std::vector<std::shared_ptr<GestureRecognizer>>& gestureRecognizers() const {

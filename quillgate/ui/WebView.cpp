@@ -79,6 +79,13 @@ std::optional<std::string> WebView::userAgent() const {
     return customUserAgent_;
 }
 
+void WebView::evaluateJavaScript(const std::string& script, ScriptCompletion completion) {
+    (void)script;
+    if (completion) {
+        completion(ScriptResult{std::nullopt, "this web view runs no script"});
+    }
+}
+
 const std::shared_ptr<ScrollView>& WebView::scrollView() {
     if (!scrollView_) {
         scrollView_ = std::make_shared<ScrollView>(bounds());

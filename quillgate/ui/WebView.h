@@ -68,6 +68,12 @@ struct QUILLGATE_EXPORT WebError {
     std::string description;
 };
 
+// What a script run in the page gave back: its value as JSON, or why there is none.
+struct QUILLGATE_EXPORT ScriptResult {
+    std::optional<nlohmann::json> value;
+    std::optional<std::string> error;
+};
+
 struct QUILLGATE_EXPORT ScriptMessage {
     std::string name;
     nlohmann::json body;  // what the page posted: a text, a number, an object...
@@ -168,6 +174,12 @@ class QUILLGATE_EXPORT WebView : public View {
     void addScriptMessageHandler(const std::string& name, UserContentController::Handler handler) {
         contentController_.addScriptMessageHandler(name, std::move(handler));
     }
+
+    // Runs `script` in the page on show, as the page's own script would run (a click it
+    // makes counts as the reader's); `completion`, if any, hears the result once, on the main
+    // queue. A web view without a script engine answers with an error at once.
+    using ScriptCompletion = std::function<void(const ScriptResult&)>;
+    virtual void evaluateJavaScript(const std::string& script, ScriptCompletion completion);
 
     // The user agent the page sees: the custom one when set, else the implementation's.
     virtual std::optional<std::string> userAgent() const;

@@ -37,6 +37,7 @@
 
 #include "tools/quillgate/Commands.h"
 #include "tools/quillgate/HostApp.h"
+#include "tools/quillgate/HostWindow.h"
 #include "tools/quillgate/ReaderActions.h"
 #include "tools/quillgate/WebPageActions.h"
 
@@ -767,10 +768,11 @@ int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
             const DemoPorts& ports) {
     fs::path pictures;
     std::string logFile;
+    bool window = false;
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string& arg = args[i];
         if (arg == "--help" || arg == "-h") {
-            out << "usage: quillgate demo [--pictures DIR] [--log FILE]\n"
+            out << "usage: quillgate demo [--pictures DIR] [--log FILE] [--window]\n"
                    "\n"
                    "Starts the local access service on 127.0.0.1 (API 3001, web pages 3000,\n"
                    "collection 3002), runs the library in the local mode against it and walks a\n"
@@ -782,8 +784,14 @@ int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
                    "                   (DIR/chapter-N.png) and print its path\n"
                    "  --log FILE       write the library's own lines to FILE, leaving standard\n"
                    "                   output to the story: chapters, reader:, host:, toast:,\n"
-                   "                   screen:\n";
+                   "                   screen:\n"
+                   "  --window         show the story in a window on the desktop, the\n"
+                   "                   service's pages in a real web engine (needs a display)\n";
             return 0;
+        }
+        if (arg == "--window") {
+            window = true;
+            continue;
         }
         if (arg == "--pictures" && i + 1 < args.size() && !args[i + 1].empty()) {
             pictures = args[++i];
@@ -804,6 +812,12 @@ int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
             continue;
         }
         return usageError(err, "demo: unknown argument \"" + arg + "\"");
+    }
+    if (window) {
+        if (const auto reason = windowUnavailableReason()) {
+            err << "quillgate demo: --window: " << *reason << "\n";
+            return 2;
+        }
     }
     std::shared_ptr<std::ostream> libraryLog;
     if (!logFile.empty()) {
@@ -851,6 +865,15 @@ int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
     setup.alwaysReachable = true;
     setup.libraryLog = libraryLog;
     HostApp app(out, std::move(setup));
+    std::unique_ptr<HostWindow> hostWindow;
+    if (window) {
+        std::string error;
+        hostWindow = openHostWindow(app, "Quillgate demo", error);
+        if (!hostWindow) {
+            err << "quillgate demo: --window: " << error << "\n";
+            return 2;
+        }
+    }
 
     QuillgateClient& client = app.client();
     server.pointAt(client.deployment);

@@ -378,6 +378,9 @@ HostApp::Snapshot HostApp::writeSnapshot(const std::filesystem::path& file, doub
         return Snapshot::noWindow;
     }
     window->layoutIfNeeded();
+    if (windowPicture_) {
+        return windowPicture_(file) ? Snapshot::written : Snapshot::notWritten;
+    }
     return ui::writePicture(*window, file, scale) ? Snapshot::written : Snapshot::notWritten;
 }
 

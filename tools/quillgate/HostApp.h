@@ -134,6 +134,11 @@ class HostApp {
     // A picture of the key window at `scale` pixels per point, as a PNG file.
     enum class Snapshot { written, noWindow, notWritten };
     Snapshot writeSnapshot(const std::filesystem::path& file, double scale = 2);
+    // With a real window on screen (`--window`): its picture, web pages included and at the
+    // toolkit's scale, replaces the renderer's picture of the tree in writeSnapshot.
+    void setWindowPicture(std::function<bool(const std::filesystem::path&)> picture) {
+        windowPicture_ = std::move(picture);
+    }
     // The tree of parentView, one line per view (see ui::describeTree).
     std::vector<std::string> treeLines() const;
 
@@ -161,6 +166,7 @@ class HostApp {
     std::shared_ptr<ui::View> parentView_;
     std::vector<std::string> calls_;
     std::vector<std::string> toasts_;
+    std::function<bool(const std::filesystem::path&)> windowPicture_;
 };
 
 // Writes a number the way the platform's float description does: the shortest text that

@@ -12,6 +12,7 @@
 #include "tools/devserver/DevServer.h"
 #include "tools/quillgate/Commands.h"
 #include "tools/quillgate/HostApp.h"
+#include "tools/quillgate/HostWindow.h"
 #include "tools/quillgate/ReaderActions.h"
 
 namespace quillgate::host {
@@ -56,6 +57,7 @@ struct ReadOptions {
     std::optional<std::filesystem::path> snapshot;
     double scale = 2;
     bool tree = false;
+    bool window = false;
 };
 
 enum class Parsed { run, help, usage };
@@ -111,14 +113,16 @@ Parsed parseReadArguments(const std::vector<std::string>& args, ReadOptions& opt
         if (name == "--help" || name == "-h") {
             return Parsed::help;
         }
-        if (name == "--debug" || name == "--subscriptions" || name == "--tree") {
+        if (name == "--debug" || name == "--subscriptions" || name == "--tree" ||
+            name == "--window") {
             if (inlineValue) {
                 error = name + " takes no value";
                 return Parsed::usage;
             }
-            (name == "--debug"  ? options.debug
-             : name == "--tree" ? options.tree
-                                : options.subscriptions) = true;
+            (name == "--debug"    ? options.debug
+             : name == "--tree"   ? options.tree
+             : name == "--window" ? options.window
+                                  : options.subscriptions) = true;
             continue;
         }
         if (name.rfind("--", 0) != 0) {
@@ -310,7 +314,10 @@ constexpr const char* kReadOptionsHelp =
     "    --snapshot FILE.png   a picture of the key window at the end, the wall still up\n"
     "    --scale N             pixels per point of the pictures (default 2)\n"
     "    --tree                print the views in parentView (\"tree: \" lines) and the\n"
-    "                          client's paywall height at the end\n";
+    "                          client's paywall height at the end\n"
+    "    --window              show the window on the desktop, with the service's pages in\n"
+    "                          a real web engine (needs a display); the window stays up for\n"
+    "                          --run-for, again after the reader's actions, or until closed\n";
 
 int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
             const HostSetup& base) {
@@ -328,6 +335,13 @@ int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostrea
             break;
     }
 
+    if (options.window) {
+        if (const auto reason = windowUnavailableReason()) {
+            err << "quillgate read: --window: " << *reason << "\n";
+            return 2;
+        }
+    }
+
     HostSetup setup = base;
     if (!options.stateDir.empty()) {
         setup.stateDirectory = options.stateDir;
@@ -339,6 +353,15 @@ int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostrea
         }
     }
     HostApp app(out, std::move(setup));
+    std::unique_ptr<HostWindow> window;
+    if (options.window) {
+        window =
+            openHostWindow(app, "Quillgate: " + options.title.value_or(*options.contentId), error);
+        if (!window) {
+            err << "quillgate read: --window: " << error << "\n";
+            return 2;
+        }
+    }
     QuillgateClient& client = app.client();
     applyAddresses(options, client.deployment);
     client.debugMode = options.debug;
@@ -358,15 +381,17 @@ int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostrea
                            app.completionDelegate(), app.subscribeDelegate(), app.signInDelegate());
     }
 
-    const auto deadline =
-        std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::milliseconds>(
-                                               std::chrono::duration<double>(options.runFor));
+    const auto runTime = std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::duration<double>(options.runFor));
+    auto deadline = std::chrono::steady_clock::now() + runTime;
     const auto timeLeft = [&] {
         return std::max(std::chrono::milliseconds(0),
                         std::chrono::duration_cast<std::chrono::milliseconds>(
                             deadline - std::chrono::steady_clock::now()));
     };
-    const auto finishedEarly = [&] { return base.finishedEarly && base.finishedEarly(app); };
+    const auto finishedEarly = [&] {
+        return (base.finishedEarly && base.finishedEarly(app)) || (window && window->closed());
+    };
 
     // The library opens the article; the reader's actions wait until it has settled.
     if (!options.actions.empty()) {
@@ -376,6 +401,10 @@ int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostrea
     for (const auto& action : options.actions) {
         app.waitUntilSettled(std::max(timeLeft(), std::chrono::milliseconds(kActionSettleLimit)));
         allDone = runReaderAction(app, action) == ActionOutcome::done && allDone;
+    }
+    if (window && !options.actions.empty()) {
+        // The reader watches what the actions did for the run's time again.
+        deadline = std::chrono::steady_clock::now() + runTime;
     }
     // Then the run goes on until its time is up, unless nothing covers the article and the
     // library has nothing more to do. While a wall is up or work is under way, only the loop's
@@ -388,6 +417,9 @@ int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostrea
         if (finishedEarly()) {
             finished = true;
             return true;
+        }
+        if (window) {
+            return false;  // a window stays up for the reader until its time is up
         }
         const auto now = std::chrono::steady_clock::now();
         const auto next = app.loop().nextDeadline();

@@ -214,6 +214,10 @@ const std::vector<ReaderAction>& readerActions() {
         {"choose", ArgumentForm::text, "TEXT",
          "on the web flow's page, follow the link or press the button whose text or id is TEXT",
          choosePageControl},
+        {"click", ArgumentForm::text, "TEXT",
+         "on the web flow's page, click the link or button whose text or id is TEXT (in the "
+         "window's web engine, the page's script runs)",
+         clickPageControl},
         {"post", ArgumentForm::text, "NAME JSON",
          "the web flow's page posts the JSON text to the script message handler NAME",
          postPageMessage},

@@ -16,6 +16,70 @@ namespace {
 
 // How long the page's script may take to fetch its message.
 constexpr std::chrono::seconds kFetchLimit{10};
+// How long a page in a web engine may take to load and show the control asked for, and the
+// pause between two looks for it.
+constexpr std::chrono::seconds kPageLimit{15};
+constexpr std::chrono::milliseconds kLookAgain{200};
+
+// A script that clicks the first link or button whose trimmed text (a button input: its
+// value) or id is the given text, and says whether there was one.
+constexpr const char* kClickScript = R"JS((function (wanted) {
+  var all = document.querySelectorAll('a, button, input[type=submit], input[type=button]');
+  for (var i = 0; i < all.length; i++) {
+    var el = all[i];
+    var text = (el.tagName === 'INPUT' ? el.value : el.textContent || '').trim();
+    if (text === wanted || (el.id && el.id === wanted)) { el.click(); return true; }
+  }
+  return false;
+}))JS";
+
+// A script that posts a text to a message handler, and says whether the page has it.
+constexpr const char* kPostScript = R"JS((function (name, body) {
+  var h = window.webkit && window.webkit.messageHandlers && window.webkit.messageHandlers[name];
+  if (!h) return false;
+  h.postMessage(body);
+  return true;
+}))JS";
+
+// Runs `script` in the page and waits for its answer: true, false, or nothing (an error,
+// said on the transcript, or no answer in time).
+std::optional<bool> runInPage(HostApp& app, ui::WebView& page, const std::string& script) {
+    auto result = std::make_shared<std::optional<ui::ScriptResult>>();
+    page.evaluateJavaScript(script, [result](const ui::ScriptResult& r) { *result = r; });
+    app.loop().runUntil([result] { return result->has_value(); }, kFetchLimit);
+    if (!result->has_value()) {
+        app.say("reader: the page did not answer");
+        return std::nullopt;
+    }
+    if ((*result)->error) {
+        app.say("reader: the page's script failed: " + *(*result)->error);
+        return std::nullopt;
+    }
+    return (*result)->value && (*result)->value->is_boolean() && (*result)->value->get<bool>();
+}
+
+// In a web engine: clicks the control whose text or id is `text` once the page has loaded,
+// looking again while the page is still coming.
+ActionOutcome clickInEngine(HostApp& app, ui::WebView& page, const std::string& text) {
+    const std::string script = std::string(kClickScript) + "(" + nlohmann::json(text).dump() + ")";
+    const auto giveUp = std::chrono::steady_clock::now() + kPageLimit;
+    for (;;) {
+        app.loop().runUntil([&] { return !page.isLoading() && page.url().has_value(); },
+                            std::chrono::duration_cast<std::chrono::milliseconds>(
+                                giveUp - std::chrono::steady_clock::now()));
+        const auto clicked = runInPage(app, page, script);
+        if (!clicked) {
+            return ActionOutcome::failed;
+        }
+        if (*clicked) {
+            return ActionOutcome::done;
+        }
+        if (std::chrono::steady_clock::now() + kLookAgain >= giveUp) {
+            return ActionOutcome::nothingOnScreen;
+        }
+        app.runFor(kLookAgain);
+    }
+}
 
 std::shared_ptr<ui::HeadlessWebView> pageOnShow(HostApp& app) {
     auto screen = webFlowOnShow(app);
@@ -57,7 +121,10 @@ std::shared_ptr<WebViewController> webFlowOnShow(HostApp& app) {
 ActionOutcome choosePageControl(HostApp& app, const ActionArgument& argument) {
     auto page = pageOnShow(app);
     if (!page) {
-        return ActionOutcome::nothingOnScreen;
+        // A page in a web engine runs its own script: the control is clicked.
+        auto screen = webFlowOnShow(app);
+        return screen ? clickInEngine(app, *screen->webView, argument.text)
+                      : ActionOutcome::nothingOnScreen;
     }
     const auto control = page->control(argument.text);
     if (!control) {
@@ -71,6 +138,10 @@ ActionOutcome choosePageControl(HostApp& app, const ActionArgument& argument) {
                              : ActionOutcome::nothingOnScreen;
     }
     return page->press(*control) ? ActionOutcome::done : ActionOutcome::nothingOnScreen;
+}
+
+ActionOutcome clickPageControl(HostApp& app, const ActionArgument& argument) {
+    return choosePageControl(app, argument);
 }
 
 ActionOutcome postPageMessage(HostApp& app, const ActionArgument& argument) {
@@ -88,7 +159,16 @@ ActionOutcome postPageMessage(HostApp& app, const ActionArgument& argument) {
     }
     auto page = pageOnShow(app);
     if (!page) {
-        return ActionOutcome::nothingOnScreen;
+        auto screen = webFlowOnShow(app);
+        if (!screen) {
+            return ActionOutcome::nothingOnScreen;
+        }
+        const std::string script = std::string(kPostScript) + "(" + nlohmann::json(name).dump() +
+                                   ", " + nlohmann::json(body).dump() + ")";
+        const auto posted = runInPage(app, *screen->webView, script);
+        return !posted   ? ActionOutcome::failed
+               : *posted ? ActionOutcome::done
+                         : ActionOutcome::nothingOnScreen;
     }
     // The service's pages post their JSON as text.
     return page->postScriptMessage(name, body) ? ActionOutcome::done

@@ -11,7 +11,8 @@
 // web flow screen on show (the client's web screen while it is presented) and its headless
 // web view; with no such screen they find nothing on screen.
 //
-// The headless web view runs no script, so `choose` acts out what the page's script does with
+// In a web engine the page's own script does its work. The headless web view runs no
+// script, so `choose` acts out what the page's script does with
 // a control that speaks to the app: such a control names the message handler in its
 // "data-handler" attribute and the address whose answer is the message in "data-message-url".
 // When the web view has a handler of that name, the page fetches that address and posts the
@@ -28,8 +29,14 @@ class HostApp;
 // The web flow screen while it is presented, or null.
 std::shared_ptr<WebViewController> webFlowOnShow(HostApp& app);
 
-// "choose TEXT": follows the link or presses the button whose text or id is TEXT.
+// "choose TEXT": follows the link or presses the button whose text or id is TEXT; in a web
+// engine, clicks it (as "click").
 ActionOutcome choosePageControl(HostApp& app, const ActionArgument& argument);
+// "click TEXT": the reader clicks the link or button whose text or id is TEXT. In a web engine
+// (the desktop's) the page's own script runs as for a pointer's click: the control is clicked
+// once the page has loaded, looked for again while it is still coming. On the headless web
+// view it is "choose".
+ActionOutcome clickPageControl(HostApp& app, const ActionArgument& argument);
 // "post NAME JSON": the page posts the JSON text, as a text, to the handler NAME. A name
 // without a handler takes nothing, as in a web engine; text that is not JSON fails.
 ActionOutcome postPageMessage(HostApp& app, const ActionArgument& argument);

@@ -167,6 +167,7 @@ TEST(ReaderActionTable, EveryRowParsesItsOwnFormAndHasHelp) {
         {"wait", "wait 1"},
         {"snapshot", "snapshot x.png"},
         {"choose", "choose Buy this story"},
+        {"click", "click Buy this story"},
         {"post", "post loginSuccess {\"a\": 1}"},
         {"back", "back"},
     };

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <condition_variable>
+#include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -136,6 +139,82 @@ TEST(RunLoopSystemClock, DelayedWorkRunsInRealTime) {
     bool ran = false;
     loop.asyncAfter(0.001, [&] { ran = true; });
     EXPECT_TRUE(loop.runUntil([&] { return ran; }, std::chrono::seconds(10)));
+}
+
+}  // namespace
+}  // namespace quillgate::platform
+
+namespace quillgate::platform {
+namespace {
+
+// A toolkit's main loop stands in for the queue's own wait: it is entered while nothing is
+// due, until the give-up time or the next deadline, and what it handles reaches the queue.
+TEST_F(RunLoopTest, AnIdleWaitIsWhereRunUntilWaitsAndItsEventsReachTheQueue) {
+    std::vector<std::chrono::steady_clock::time_point> untils;
+    bool ran = false;
+    loop.setIdleWait([&](std::chrono::steady_clock::time_point until) {
+        untils.push_back(until);
+        if (untils.size() == 1) {
+            loop.async([&] { ran = true; });  // an event the toolkit handled
+        }
+    });
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_TRUE(loop.runUntil([&] { return ran; }, std::chrono::seconds(10)));
+    ASSERT_EQ(untils.size(), 1u);
+    // On a manual clock the loop waits until it gives up, never for a deadline of its own.
+    EXPECT_GE(untils[0], before + std::chrono::seconds(9));
+    EXPECT_LE(untils[0], std::chrono::steady_clock::now() + std::chrono::seconds(10));
+}
+
+TEST(RunLoopIdleWait, WaitsOnlyUntilTheNextDeadlineOnARealClock) {
+    RunLoop loop(std::make_shared<SystemClock>());
+    std::optional<std::chrono::steady_clock::time_point> until;
+    bool done = false;
+    loop.asyncAfter(5, [] {});
+    loop.setIdleWait([&](std::chrono::steady_clock::time_point t) {
+        until = t;
+        loop.async([&] { done = true; });
+    });
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_TRUE(loop.runUntil([&] { return done; }, std::chrono::seconds(60)));
+    ASSERT_TRUE(until);
+    EXPECT_GE(*until, before + std::chrono::milliseconds(4900));
+    EXPECT_LE(*until, std::chrono::steady_clock::now() + std::chrono::seconds(5));
+}
+
+TEST(RunLoopIdleWait, StopWakesTheIdleWaitOfRun) {
+    RunLoop loop(std::make_shared<SystemClock>());
+    std::mutex mutex;
+    std::condition_variable woken;
+    bool wake = false;
+    loop.setWakeUpCallback([&] {
+        std::lock_guard lock(mutex);
+        wake = true;
+        woken.notify_all();
+    });
+    // Waits like a toolkit's loop: until the wake-up, however long that takes.
+    loop.setIdleWait([&](std::chrono::steady_clock::time_point) {
+        std::unique_lock lock(mutex);
+        woken.wait(lock, [&] { return wake; });
+        wake = false;
+    });
+    std::thread stopper([&] { loop.stop(); });
+    loop.run();  // returns only if stop() woke the wait
+    stopper.join();
+    SUCCEED();
+}
+
+TEST_F(RunLoopTest, CompletedTaskCountCountsTasksAndTimersNotEmptyTurns) {
+    EXPECT_EQ(loop.completedTaskCount(), 0u);
+    loop.runPending();
+    EXPECT_EQ(loop.completedTaskCount(), 0u);
+    loop.async([] {});
+    loop.async([] {});
+    auto timer = loop.scheduledTimer(1, false, [](Timer&) {});
+    loop.runPending();
+    EXPECT_EQ(loop.completedTaskCount(), 2u);
+    loop.advance(1);
+    EXPECT_EQ(loop.completedTaskCount(), 3u);
 }
 
 }  // namespace
