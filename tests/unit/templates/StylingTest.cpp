@@ -3,10 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include "quillgate/platform/Canvas.h"
 #include "quillgate/platform/Text.h"
 #include "quillgate/templates/Styling.h"
 #include "quillgate/ui/Button.h"
 #include "quillgate/ui/Label.h"
+#include "quillgate/ui/Renderer.h"
 #include "tests/support/TestPlatform.h"
 
 namespace quillgate {
@@ -317,6 +319,60 @@ TEST_F(StylingTest, ButtonTitleBorderAndRadiusRules) {
     typography.textTransform.reset();
     styleButton(button, container, typography, border, "Subscribe");
     EXPECT_EQ(button.title(), "Subscribe");
+}
+
+// ---- In pixels
+
+// The largest distance of one channel between two colours.
+double channelDistance(const platform::Rgba& a, const platform::Rgba& b) {
+    return std::max({std::abs(a.r - b.r), std::abs(a.g - b.g), std::abs(a.b - b.b)});
+}
+
+TEST_F(StylingTest, AStyledLabelInksInItsColourAndAStyledBoxShowsItsBorder) {
+    // A white card holding a box styled from its record, and a label inside it styled from
+    // its own: what a reader sees is the record's colours, not the nib's.
+    ui::View root(ui::Rect(0, 0, 240, 120));
+    root.setBackgroundColor(Color::white());
+    auto card = std::make_shared<ui::View>(ui::Rect(20, 20, 200, 80));
+    borderData border;
+    border.backgroundColor = "#FFEEDD";
+    border.borderColor = "#123456";
+    border.borderWidthValue = 4;
+    styleBox(border, std::nullopt, *card);
+    auto label = std::make_shared<ui::Label>(ui::Rect(30, 40, 180, 40));
+    label->setTextColor(Color::black());
+    typographyData heading;
+    heading.color = "#C0392B";
+    heading.fontWeight = "bold";
+    styleLabel(*label, heading, "MMMM", 30);
+    card->addSubview(label);
+    root.addSubview(card);
+
+    const auto picture = ui::renderPicture(root, 2);
+    ASSERT_TRUE(picture);
+    const platform::Rgba borderInk{0x12 / 255.0, 0x34 / 255.0, 0x56 / 255.0, 1};
+    const platform::Rgba fill{1, 0xEE / 255.0, 0xDD / 255.0, 1};
+    const platform::Rgba headingInk{0xC0 / 255.0, 0x39 / 255.0, 0x2B / 255.0, 1};
+    // The border lies inside the box's frame on all four sides, the record's fill within it.
+    EXPECT_LT(channelDistance(picture->pixel(120, 21.5), borderInk), 0.03);
+    EXPECT_LT(channelDistance(picture->pixel(21.5, 60), borderInk), 0.03);
+    EXPECT_LT(channelDistance(picture->pixel(218.5, 60), borderInk), 0.03);
+    EXPECT_LT(channelDistance(picture->pixel(120, 98.5), borderInk), 0.03);
+    EXPECT_LT(channelDistance(picture->pixel(27, 30), fill), 0.03);
+    EXPECT_LT(channelDistance(picture->pixel(10, 10), platform::Rgba{1, 1, 1, 1}), 0.03);
+    // The heading's ink: the pixel of the label farthest from the fill is the record's colour
+    // (the strokes of a bold 30-point face are wider than a pixel), never the nib's black.
+    platform::Rgba darkest = fill;
+    for (double y = 40; y < 80; y += 0.5) {
+        for (double x = 30; x < 210; x += 0.5) {
+            const auto p = picture->pixel(x, y);
+            if (channelDistance(p, fill) > channelDistance(darkest, fill)) {
+                darkest = p;
+            }
+        }
+    }
+    EXPECT_LT(channelDistance(darkest, headingInk), 0.06)
+        << darkest.r << ", " << darkest.g << ", " << darkest.b;
 }
 
 }  // namespace
