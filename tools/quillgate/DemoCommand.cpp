@@ -375,9 +375,9 @@ std::optional<std::string> firstProblem(
     return std::nullopt;
 }
 
-// The reader acts on the web flow's page (choose, post, back), as `read --do` does. Returns
-// whether the action got done.
-bool onThePage(HostApp& app, const std::string& action) {
+// The reader acts as `read --do` does: on a wall (tap, type) or on the web flow's page
+// (choose, post, back). Returns whether the action got done.
+bool readerDoes(HostApp& app, const std::string& action) {
     std::string error;
     const auto parsed = parseReaderAction(action, error);
     if (!parsed) {
@@ -405,7 +405,7 @@ void throughTheWebFlow(HostApp& app, bool isLogin, const std::string& action) {
         app.say("reader: sees no web page open");
         return;
     }
-    onThePage(app, action);
+    readerDoes(app, action);
 }
 
 // ---- The story ---------------------------------------------------------------------------------
@@ -488,13 +488,46 @@ std::vector<Story::Chapter> chapters(Story* story) {
     });
 
     list.push_back({
+        "the reader stays on the wall for half a minute",
+        "the wall stays up and pings the collection service every 15 seconds while it is open "
+        "(the story's clock moves on; the demo does not wait the half minute)",
+        [=] {
+            app->say("reader: stays on the wall for 30 seconds");
+            story->stay(30);
+        },
+        [=] { return story->collected("PING") >= 2; },
+        [=] {
+            app->say("collected: PING x" + std::to_string(story->collected("PING")));
+            return firstProblem({
+                {story->collected("PING") == 2,
+                 "two pings should reach the collection service in half a minute, but " +
+                     std::to_string(story->collected("PING")) + " did"},
+                {story->screenIs("CTA3ViewController"),
+                 "the 3A wall should still be up, but the screen shows " + story->screensText()},
+            });
+        },
+    });
+
+    list.push_back({
         "the reader buys the article on the service's page",
-        "the web flow screen loads the service's page; the purchase redirects it to the home "
+        "the reader picks the wall's article offer and taps its button: the click is reported "
+        "and the web flow screen loads the service's page; the purchase redirects it to the home "
         "address, which ends the flow, and the access check lets the reader in: the wall goes",
-        [=] { throughTheWebFlow(*app, false, "choose Buy this story"); },
+        [=] {
+            for (const char* action : {"tap This article", "tap CONTINUE"}) {
+                readerDoes(*app, action);
+            }
+            if (!pageShown(*app)) {
+                app->say("reader: sees no web page open");
+                return;
+            }
+            readerDoes(*app, "choose Buy this story");
+        },
         [=] { return story->heard("purchasedOrNot(accessTime: true)") && !webFlowOnShow(*app); },
         [=] {
             return firstProblem({
+                {story->collected("CLICK") == 1,
+                 "the wall's button should report one click to the collection service"},
                 {story->requested("/api/v1/login-challenge"),
                  "no login challenge reached the service"},
                 {story->requested("/overlay/choose"),
@@ -697,16 +730,16 @@ std::vector<Story::Chapter> chapters(Story* story) {
             auto button = [&] {
                 return wall && wall->footerCell && wall->footerCell->btnSubscribe->isEnabled();
             };
-            onThePage(*app, "type reader@example");
+            readerDoes(*app, "type reader@example");
             submitEnabled->first = button();
-            onThePage(*app, "type .com");
+            readerDoes(*app, "type .com");
             submitEnabled->second = button();
-            onThePage(*app, "tap REGISTER");
+            readerDoes(*app, "tap REGISTER");
             if (!pageShown(*app)) {
                 app->say("reader: sees no web page open");
                 return;
             }
-            onThePage(*app, "choose Continue");
+            readerDoes(*app, "choose Continue");
         },
         [=] { return story->heard("purchasedOrNot(accessTime: true)") && !webFlowOnShow(*app); },
         [=] {
