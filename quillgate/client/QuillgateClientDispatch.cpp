@@ -4,6 +4,7 @@
 // its screen, and how a screen gets into the host's parent view.
 
 #include <memory>
+#include <string>
 
 #include "quillgate/analytics/EventManager.h"
 #include "quillgate/platform/Log.h"
@@ -109,6 +110,30 @@ std::shared_ptr<SharedData> makeTemplate() {
     return ui::ViewController::create<T>();
 }
 
+// The configuration last decoded and the answer it came from. A reader's next locked article
+// behind the same wall brings the same answer byte for byte, which then needs no decoding;
+// the model is never changed once made, so walls may share it.
+struct LastConfiguration {
+    std::string body;
+    SharedCustomizePayWallModel model;
+};
+
+// The configuration in `body`, or null when it doesn't decode (the failure is printed).
+SharedCustomizePayWallModel decodedConfiguration(const std::string& body) {
+    auto& last = platform::sharedInstance<LastConfiguration>();
+    if (last.model && last.body == body) {
+        return last.model;
+    }
+    auto decoded = NetworkClient::decodeReporting<CustomizePayWallModel>(
+        body, NetworkClient::FailureLines::shortFamily);
+    if (!decoded) {
+        return nullptr;
+    }
+    last.body = body;
+    last.model = std::make_shared<const CustomizePayWallModel>(std::move(*decoded));
+    return last.model;
+}
+
 }  // namespace
 
 // ---- Service answers -----------------------------------------------------------------------
@@ -174,16 +199,14 @@ void QuillgateClient::loadPaywallConfig(const std::string& clientID_) {
                 }
                 return;
             }
-            auto decoded = NetworkClient::decodeReporting<CustomizePayWallModel>(
-                *data, NetworkClient::FailureLines::shortFamily);
-            if (!decoded) {
+            auto model = decodedConfiguration(*data);
+            if (!model) {
                 return;
             }
-            if (!hasTypography(*decoded)) {
+            if (!hasTypography(*model)) {
                 showDefaultPaywallView();
                 return;
             }
-            auto model = std::make_shared<const CustomizePayWallModel>(std::move(*decoded));
             FontDownloader::shared().provision(
                 *model, deployment, [weak = weak_from_this(), model] {
                     auto client = weak.lock();

@@ -262,7 +262,7 @@ void FontDownloader::provision(const CustomizePayWallModel& model, const Deploym
         std::make_shared<DownloadGroup>(platform::current().runLoop, std::move(completion));
     const fs::path documents = platform::current().documentsDirectory;
     for (const std::string& family : families) {
-        const std::string normalized = normalizedFamily(family);
+        const std::string normalized = this->normalized(family);
         const std::string fileName = normalized + "-Regular.ttf";
         std::error_code ec;
         if (fs::exists(documents / fileName, ec)) {
@@ -312,8 +312,18 @@ void FontDownloader::registerFont(const fs::path& file) {
     registerFontFile(*platform::current().fonts, file);
 }
 
+const std::string& FontDownloader::normalized(const std::string& family) const {
+    if (auto it = normalized_.find(family); it != normalized_.end()) {
+        return it->second;
+    }
+    if (normalized_.size() >= 256) {
+        normalized_.clear();
+    }
+    return normalized_.emplace(family, normalizedFamily(family)).first->second;
+}
+
 std::string FontDownloader::downloadAddress(const std::string& family) const {
-    const std::string key = platform::text::lowercased(normalizedFamily(family));
+    const std::string key = platform::text::lowercased(normalized(family));
     for (const FontSource& source : kFontSources) {
         if (source.key == key) {
             const std::string& base =

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -66,6 +67,11 @@ class FontDownloader {
     FontDownloader& operator=(const FontDownloader&) = delete;
 
   private:
+    // normalizedFamily, remembered: every paywall asks for the same few families. Main
+    // thread; at most 256 are kept.
+    const std::string& normalized(const std::string& family) const;
+
+    mutable std::map<std::string, std::string> normalized_;
     std::string webFontHost_;
     std::string sourceRepositoryHost_;
     // Downloads in flight hold this weakly: once the downloader is gone their ends are

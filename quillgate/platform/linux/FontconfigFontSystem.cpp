@@ -3,6 +3,7 @@
 #include <fontconfig/fontconfig.h>
 #include <ft2build.h>
 #include FT_FREETYPE_H
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -129,22 +130,54 @@ FontconfigFontSystem::~FontconfigFontSystem() {
     }
 }
 
+namespace {
+
+// A full store of answers starts again from nothing: the answers a screen needs come back at
+// once.
+template <class Map>
+void keepBounded(Map& map) {
+    if (map.size() >= FontconfigFontSystem::kKeptAnswers) {
+        map.clear();
+    }
+}
+
+}  // namespace
+
 std::optional<std::string> FontconfigFontSystem::postScriptName(const std::filesystem::path& file) {
-    std::error_code ec;
-    if (!std::filesystem::is_regular_file(file, ec)) {
+    struct stat info {};
+    if (::stat(file.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) {
         return std::nullopt;
     }
+    const FileIdentity identity{
+        static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino),
+        static_cast<std::int64_t>(info.st_size),
+        static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec};
     std::lock_guard lock(mutex_);
-    FT_Face face = nullptr;
-    if (freetype_ == nullptr || FT_New_Face(freetype_, file.c_str(), 0, &face) != 0 ||
-        face == nullptr) {
+    if (auto it = fileNames_.find(file);
+        it != fileNames_.end() && it->second.identity == identity) {
+        return it->second.name;
+    }
+    if (freetype_ == nullptr) {
         return std::nullopt;
     }
-    // A readable font may still carry no PostScript name: that is the empty text.
-    const char* postScript = FT_Get_Postscript_Name(face);
-    std::string name = postScript != nullptr ? postScript : "";
-    FT_Done_Face(face);
+    std::optional<std::string> name;
+    FT_Face face = nullptr;
+    if (FT_New_Face(freetype_, file.c_str(), 0, &face) == 0 && face != nullptr) {
+        // A readable font may still carry no PostScript name: that is the empty text.
+        const char* postScript = FT_Get_Postscript_Name(face);
+        name = postScript != nullptr ? postScript : "";
+        FT_Done_Face(face);
+    }
+    keepBounded(fileNames_);
+    fileNames_[file] = FileName{identity, name};
     return name;
+}
+
+void FontconfigFontSystem::configurationChanged() {
+    ++generation_;
+    registeredNames_.clear();
+    faces_.clear();
+    systemFaces_ = {};
 }
 
 bool FontconfigFontSystem::registerFontFile(const std::filesystem::path& file) {
@@ -167,7 +200,7 @@ bool FontconfigFontSystem::registerFontFile(const std::filesystem::path& file) {
     if (!ec) {
         files_.insert(canonical);
     }
-    ++generation_;
+    configurationChanged();
     return true;
 }
 
@@ -176,13 +209,17 @@ bool FontconfigFontSystem::isRegistered(const std::string& postScriptName) {
     if (config_ == nullptr || postScriptName.empty()) {
         return false;
     }
-    const FontSet fonts = listBy(config_, FC_POSTSCRIPT_NAME, postScriptName);
-    for (int i = 0; fonts && i < fonts->nfont; ++i) {
-        if (stringOf(fonts->fonts[i], FC_POSTSCRIPT_NAME) == postScriptName) {
-            return true;
-        }
+    if (auto it = registeredNames_.find(postScriptName); it != registeredNames_.end()) {
+        return it->second;
     }
-    return false;
+    bool found = false;
+    const FontSet fonts = listBy(config_, FC_POSTSCRIPT_NAME, postScriptName);
+    for (int i = 0; fonts && i < fonts->nfont && !found; ++i) {
+        found = stringOf(fonts->fonts[i], FC_POSTSCRIPT_NAME) == postScriptName;
+    }
+    keepBounded(registeredNames_);
+    registeredNames_[postScriptName] = found;
+    return found;
 }
 
 std::optional<FontFace> FontconfigFontSystem::face(const std::string& name) {
@@ -190,6 +227,16 @@ std::optional<FontFace> FontconfigFontSystem::face(const std::string& name) {
     if (config_ == nullptr || name.empty()) {
         return std::nullopt;
     }
+    if (auto it = faces_.find(name); it != faces_.end()) {
+        return it->second;
+    }
+    std::optional<FontFace> found = lookUpFace(name);
+    keepBounded(faces_);
+    faces_[name] = found;
+    return found;
+}
+
+std::optional<FontFace> FontconfigFontSystem::lookUpFace(const std::string& name) {
     if (const FontSet fonts = listBy(config_, FC_POSTSCRIPT_NAME, name)) {
         for (int i = 0; i < fonts->nfont; ++i) {
             if (stringOf(fonts->fonts[i], FC_POSTSCRIPT_NAME) == name) {
@@ -232,8 +279,20 @@ std::optional<FontFace> FontconfigFontSystem::face(const std::string& name) {
 }
 
 FontFace FontconfigFontSystem::systemFace(FontWeight weight) {
-    FontFace out{"", "System", weight, true};
     std::lock_guard lock(mutex_);
+    const auto index = static_cast<std::size_t>(weight);
+    if (index >= systemFaces_.size()) {
+        return lookUpSystemFace(weight);
+    }
+    auto& kept = systemFaces_[index];
+    if (!kept) {
+        kept = lookUpSystemFace(weight);
+    }
+    return *kept;
+}
+
+FontFace FontconfigFontSystem::lookUpSystemFace(FontWeight weight) {
+    FontFace out{"", "System", weight, true};
     if (config_ == nullptr) {
         return out;
     }

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -28,12 +30,17 @@ namespace quillgate::platform {
 // font, so every answer here is checked against the exact name: "roboto-regular" is not
 // "Roboto-Regular".
 //
+// Answers are kept, since screens ask for the same faces again and again: a file's name as long
+// as the file is the same (device, inode, size and modification time), and the answers about
+// names until the next file is registered. Each kind holds at most `kKeptAnswers`.
+//
 // Owned by the platform. Thread-safe: one lock guards the FreeType library handle (which is
 // not thread-safe) and the configuration, so a download registering its file on the HTTP
 // session's thread never races a screen looking a face up on the main thread.
 class FontconfigFontSystem final : public FontSystem {
   public:
     enum class InstalledFonts { include, exclude };
+    static constexpr std::size_t kKeptAnswers = 256;
 
     explicit FontconfigFontSystem(InstalledFonts installed = InstalledFonts::include);
     ~FontconfigFontSystem() override;
@@ -56,12 +63,35 @@ class FontconfigFontSystem final : public FontSystem {
     std::uint64_t generation() const { return generation_.load(); }
 
   private:
+    // Forgets what the configuration answered; the caller holds the lock.
+    void configurationChanged();
+    // The look-ups behind face and systemFace; the caller holds the lock.
+    std::optional<FontFace> lookUpFace(const std::string& name);
+    FontFace lookUpSystemFace(FontWeight weight);
+
+    // What a font file was when its name was read.
+    struct FileIdentity {
+        std::uint64_t device = 0;
+        std::uint64_t inode = 0;
+        std::int64_t size = 0;
+        std::int64_t modifiedNanoseconds = 0;
+        friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
+    };
+    struct FileName {
+        FileIdentity identity;
+        std::optional<std::string> name;
+    };
+
     FontconfigUse use_;  // first: released last
     std::mutex mutex_;
     _FcConfig* config_ = nullptr;
     std::atomic<std::uint64_t> generation_{0};
     std::set<std::filesystem::path> files_;  // registered already: adding again would duplicate
     FT_LibraryRec_* freetype_ = nullptr;
+    std::map<std::filesystem::path, FileName> fileNames_;
+    std::map<std::string, bool> registeredNames_;
+    std::map<std::string, std::optional<FontFace>> faces_;
+    std::array<std::optional<FontFace>, 9> systemFaces_;  // by weight
 };
 
 }  // namespace quillgate::platform

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
+#include <vector>
 
 #include "quillgate/platform/linux/FontconfigFontSystem.h"
 
@@ -80,7 +82,29 @@ std::size_t characterStart(const std::string& text, std::size_t pos) {
     return pos;
 }
 
+void combine(std::size_t& seed, std::size_t value) {
+    seed ^= value + 0x9e3779b97f4a7c15ULL + (seed << 6) + (seed >> 2);
+}
+
 }  // namespace
+
+std::size_t PangoTextLayout::MeasureKeyHash::operator()(const MeasureKey& key) const {
+    // What sets the text apart in practice: the text, the width, the faces. Equality still
+    // compares every attribute.
+    std::size_t seed = std::hash<std::string>{}(key.block.text);
+    combine(seed, std::hash<double>{}(key.width));
+    combine(seed, static_cast<std::size_t>(key.block.maxLines));
+    combine(seed, static_cast<std::size_t>(key.block.lineBreak));
+    combine(seed, static_cast<std::size_t>(key.block.alignment));
+    for (const TextRun& run : key.block.runs) {
+        combine(seed, run.location);
+        combine(seed, run.length);
+        combine(seed, std::hash<std::string>{}(run.font.postScriptName));
+        combine(seed, std::hash<double>{}(run.font.size));
+        combine(seed, static_cast<std::size_t>(run.font.weight));
+    }
+    return seed;
+}
 
 void PangoTextLayout::DescriptionDeleter::operator()(PangoFontDescription* d) const {
     pango_font_description_free(d);
@@ -135,6 +159,7 @@ void PangoTextLayout::refreshIfFontsChanged() {
     }
     seenGeneration_ = generation;
     descriptions_.clear();
+    measured_.clear();
     auto lock = fonts_->lock();
     pango_fc_font_map_config_changed(PANGO_FC_FONT_MAP(map_));
     pango_layout_context_changed(layout_);
@@ -309,8 +334,35 @@ PangoTextLayout::Prepared PangoTextLayout::prepare(const TextBlock& block, doubl
 }
 
 TextMetrics PangoTextLayout::measure(const TextBlock& block, double width) {
+    if (block.text.empty()) {
+        return {};
+    }
+    refreshIfFontsChanged();
+    // Every width of 0 or less means the same: no limit.
+    MeasureKey key{block, width > 0 ? width : 0};
+    if (auto it = measured_.find(key); it != measured_.end()) {
+        it->second.lastUse = ++uses_;
+        return it->second.metrics;
+    }
     const Prepared p = prepare(block, width);
-    return TextMetrics{p.width, p.height, p.lineCount};
+    const TextMetrics metrics{p.width, p.height, p.lineCount};
+    if (measured_.size() >= kKeptMeasurements) {
+        forgetOldMeasurements();
+    }
+    measured_.emplace(std::move(key), Measured{metrics, ++uses_});
+    return metrics;
+}
+
+void PangoTextLayout::forgetOldMeasurements() {
+    std::vector<std::uint64_t> uses;
+    uses.reserve(measured_.size());
+    for (const auto& [key, entry] : measured_) {
+        uses.push_back(entry.lastUse);
+    }
+    auto middle = uses.begin() + static_cast<std::ptrdiff_t>(uses.size() / 2);
+    std::nth_element(uses.begin(), middle, uses.end());
+    const std::uint64_t cut = *middle;
+    std::erase_if(measured_, [cut](const auto& entry) { return entry.second.lastUse < cut; });
 }
 
 void PangoTextLayout::draw(cairo_t* cr, const TextBlock& block, double x, double y, double width) {

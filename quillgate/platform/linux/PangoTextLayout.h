@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <utility>
 
 #include "quillgate/platform/TextLayout.h"
@@ -33,6 +34,11 @@ class FontconfigFontSystem;
 // turned into the family, weight, slant and width of that face; a name no face has, and the
 // empty name, give the configuration's sans-serif face at the run's weight.
 //
+// Measurements are kept (the block exactly as given, and the width): a layout pass asks a
+// label's size several times, and each row of a table is measured, then laid out, at the same
+// width. At most `kKeptMeasurements` are kept, the least recently used going first; all of
+// them go when a face is registered, so that the new face's own metrics are used.
+//
 // Owns one font map and context; main thread only (Pango's font maps are per thread), except
 // `fontsChanged`, which any thread may call. The font system's lock is held while Pango reads
 // the configuration, so a download registering a file on another thread never races a layout.
@@ -45,7 +51,11 @@ class PangoTextLayout final : public TextLayout {
     PangoTextLayout(const PangoTextLayout&) = delete;
     PangoTextLayout& operator=(const PangoTextLayout&) = delete;
 
+    static constexpr std::size_t kKeptMeasurements = 1024;
+
     TextMetrics measure(const TextBlock& block, double width) override;
+    // Measurements kept now (tests).
+    std::size_t keptMeasurements() const { return measured_.size(); }
     // Thread-safe: the next layout on the main thread picks the new faces up.
     void fontsChanged() override;
 
@@ -71,6 +81,21 @@ class PangoTextLayout final : public TextLayout {
     // The face of `font` without a size, cached by name and weight; owned by the cache.
     const PangoFontDescription* describe(const TextFont& font);
 
+    struct MeasureKey {
+        TextBlock block;
+        double width = 0;
+        friend bool operator==(const MeasureKey&, const MeasureKey&) = default;
+    };
+    struct MeasureKeyHash {
+        std::size_t operator()(const MeasureKey& key) const;
+    };
+    struct Measured {
+        TextMetrics metrics;
+        std::uint64_t lastUse = 0;
+    };
+    // Drops the least recently used half of the kept measurements.
+    void forgetOldMeasurements();
+
     struct DescriptionDeleter {
         void operator()(PangoFontDescription* d) const;
     };
@@ -84,6 +109,8 @@ class PangoTextLayout final : public TextLayout {
     std::atomic<bool> changed_{false};
     std::uint64_t seenGeneration_ = 0;
     std::map<std::pair<std::string, int>, Description> descriptions_;
+    std::unordered_map<MeasureKey, Measured, MeasureKeyHash> measured_;
+    std::uint64_t uses_ = 0;
 };
 
 }  // namespace quillgate::platform

@@ -361,6 +361,35 @@ TEST_F(DispatchTest, ConfigurationAnswerChoosesTheTemplateTheDefaultPaywallOrNot
     EXPECT_EQ(sent("/paywall/"), rows.size());
 }
 
+// The same answer again (the next article behind the same wall) shares the model it gave
+// before; any change to the answer is decoded afresh.
+TEST_F(DispatchTest, AnAnswerLikeTheLastSharesItsModelAndAChangedOneIsReadAgain) {
+    const std::string config = recordBody("customize_paywall.json").dump();
+    json changed = recordBody("customize_paywall.json");
+    changed["message"] = "Paywall config fetched again";
+    auto& c = client();
+    const auto modelFor = [&](const std::string& body) {
+        freshArticle();
+        tp.http().clearRules();
+        tp.http().answer("/paywall/paywall-config/", 200, body);
+        Access::loadPaywallConfig(c);
+        settle();
+        return c.customizePayWallModel;
+    };
+    const auto first = modelFor(config);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(modelFor(config), first);
+    const auto other = modelFor(changed.dump());
+    ASSERT_TRUE(other);
+    EXPECT_NE(other, first);
+    EXPECT_EQ(other->message, "Paywall config fetched again");
+    const auto back = modelFor(config);
+    ASSERT_TRUE(back);
+    EXPECT_EQ(back->message, first->message);
+    EXPECT_EQ(modelFor("{not json"), nullptr);
+    EXPECT_EQ(modelFor(config), back);
+}
+
 // ---- The meter banner ---------------------------------------------------------------------
 
 TEST_F(DispatchTest, BannerAnswerLetsTheReaderInUnlessThereIsNoAnswerOrRecord) {

@@ -115,7 +115,11 @@ TEST_F(FontconfigFontSystemTest, OnlyARealFontFileHasANameAndRegisters) {
 }
 
 TEST_F(FontconfigFontSystemTest, RegisteringMakesTheExactNameAndTheFamilyKnown) {
+    // Answers given before a registration are not kept past it.
     EXPECT_FALSE(fonts.face("Roboto-Regular"));
+    EXPECT_FALSE(fonts.face("Roboto"));
+    EXPECT_FALSE(fonts.isRegistered("Roboto-Regular"));
+    EXPECT_EQ(fonts.systemFace(FontWeight::regular).postScriptName, "");
     ASSERT_TRUE(fonts.registerFontFile(kRobotoBold));
     ASSERT_TRUE(fonts.registerFontFile(kRoboto));
     EXPECT_TRUE(fonts.isRegistered("Roboto-Regular"));
@@ -137,6 +141,27 @@ TEST_F(FontconfigFontSystemTest, RegisteringMakesTheExactNameAndTheFamilyKnown) 
     for (const char* unknown : {"roboto", "Comic Sans", ""}) {
         EXPECT_FALSE(fonts.face(unknown)) << unknown;
     }
+    EXPECT_EQ(fonts.systemFace(FontWeight::regular).postScriptName, "Roboto-Regular");
+}
+
+// A file's name is read once, but a different file at the same path (a font downloaded
+// again, a damaged file) is read afresh.
+TEST_F(FontconfigFontSystemTest, AFileReplacedAtTheSamePathIsReadAgain) {
+    const fs::path file = test.stateDirectory() / "Downloaded.ttf";
+    const auto replaceWith = [&](const fs::path& from) {
+        const fs::path next = test.stateDirectory() / "next.ttf";
+        fs::copy_file(from, next, fs::copy_options::overwrite_existing);
+        fs::rename(next, file);
+    };
+    replaceWith(kRoboto);
+    EXPECT_EQ(fonts.postScriptName(file), "Roboto-Regular");
+    EXPECT_EQ(fonts.postScriptName(file), "Roboto-Regular");
+    replaceWith(kDejaVu);
+    EXPECT_EQ(fonts.postScriptName(file), "DejaVuSans");
+    std::ofstream(file, std::ios::trunc) << "<html>404</html>";
+    EXPECT_FALSE(fonts.postScriptName(file));
+    fs::remove(file);
+    EXPECT_FALSE(fonts.postScriptName(file));
 }
 
 TEST_F(FontconfigFontSystemTest, InstalledFontsAreKnownAndGiveASystemFace) {

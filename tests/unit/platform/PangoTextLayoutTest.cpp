@@ -5,6 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "quillgate/platform/Platform.h"
 #include "quillgate/platform/linux/FontconfigFontSystem.h"
@@ -113,6 +116,49 @@ TEST_F(PangoTextLayoutTest, OddInputMeasuresWithoutHarm) {
     EXPECT_GT(m.height, 0);
 }
 
+// Measurements are kept: each block differing from the first in one thing that changes its
+// layout, measured in turns on one layout, measures as it does on a layout of its own; and
+// however many blocks are measured, only so many are kept.
+TEST_F(PangoTextLayoutTest, KeptMeasurementsTellBlocksApartAndStayBounded) {
+    const auto base = block(kOffer, "Roboto-Regular", 15);
+    std::vector<std::pair<TextBlock, double>> cases{{base, 200}, {base, 201}, {base, 0}};
+    auto change = [&](auto edit) {
+        TextBlock b = base;
+        edit(b);
+        cases.emplace_back(std::move(b), 200);
+    };
+    change([](TextBlock& b) { b.runs[0].font.size = 15.5; });
+    change([](TextBlock& b) { b.runs[0].font.postScriptName = "Roboto-Bold"; });
+    change([](TextBlock& b) { b.runs[0].font = TextFont{"", 15, FontWeight::bold}; });
+    change([](TextBlock& b) { b.maxLines = 1; });
+    change([](TextBlock& b) {
+        b.maxLines = 1;
+        b.lineBreak = LineBreak::byTruncatingTail;
+    });
+    change([](TextBlock& b) { b.lineBreak = LineBreak::byCharWrapping; });
+    change([](TextBlock& b) { b.text += "!"; });
+    change([](TextBlock& b) {
+        b.runs[0].length = 9;
+        b.runs.push_back(TextRun{9, b.text.size() - 9, TextFont{"Roboto-Bold", 15}});
+    });
+    for (int round = 0; round < 2; ++round) {
+        for (const auto& [b, width] : cases) {
+            PangoTextLayout fresh(fonts);
+            const auto expected = fresh.measure(b, width);
+            const auto kept = layout.measure(b, width);
+            EXPECT_EQ(kept.width, expected.width) << b.text << " at " << width;
+            EXPECT_EQ(kept.height, expected.height) << b.text << " at " << width;
+            EXPECT_EQ(kept.lineCount, expected.lineCount) << b.text << " at " << width;
+        }
+    }
+
+    for (std::size_t i = 0; i < 3 * PangoTextLayout::kKeptMeasurements; ++i) {
+        layout.measure(block("Row " + std::to_string(i), "", 13), 0);
+    }
+    EXPECT_LE(layout.keptMeasurements(), PangoTextLayout::kKeptMeasurements);
+    EXPECT_GT(layout.keptMeasurements(), 0u);
+}
+
 TEST(PangoTextLayoutFonts, AFaceRegisteredLaterMeasuresWithItsOwnMetrics) {
     const auto dejaVu = testing::systemFontFile("DejaVuSans.ttf");
     const auto robotoBold = testing::systemFontFile("Roboto-Bold.ttf");
@@ -124,12 +170,14 @@ TEST(PangoTextLayoutFonts, AFaceRegisteredLaterMeasuresWithItsOwnMetrics) {
     PangoTextLayout layout(fonts);
 
     const auto text = block("Support independent journalism", "Roboto-Bold", 20);
-    EXPECT_EQ(layout.resolvedFamily(text), "DejaVu Sans");
     const auto before = layout.measure(text, 0);
+    EXPECT_EQ(layout.measure(text, 0).width, before.width);  // kept
 
     ASSERT_TRUE(fonts->registerFontFile(robotoBold));  // as a download does
+    const auto after = layout.measure(text, 0);        // measured again, with the new face
+    EXPECT_NE(after.width, before.width);
+    EXPECT_EQ(after.width, PangoTextLayout(fonts).measure(text, 0).width);
     EXPECT_EQ(layout.resolvedFamily(text), "Roboto");
-    EXPECT_NE(layout.measure(text, 0).width, before.width);
 }
 
 TEST(PangoTextLayoutFonts, TheLinuxPlatformSharesItsFontSystemWithItsTextLayout) {
