@@ -10,6 +10,7 @@
 
 #include <simdjson.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -34,8 +35,8 @@ using simdjson::dom::element_type;
 struct KeyTable {
     std::vector<std::string_view> keys;
 
-    // The table position of `key`, or -1. The service writes keys in table order, so the
-    // position after the previous match is tried first.
+    // The table position of `key`, or -1 (the empty key is in no table). The service writes keys in
+    // table order, so the position after the previous match is tried first.
     int find(std::string_view key, size_t hint) const {
         const size_t count = keys.size();
         for (size_t i = 0; i < count; ++i) {
@@ -43,7 +44,10 @@ struct KeyTable {
             if (at >= count) {
                 at -= count;
             }
-            if (keys[at] == key) {
+            const std::string_view candidate = keys[at];
+            // Most keys differ in length or first letter: no call to compare those.
+            if (candidate.size() == key.size() && !key.empty() && candidate[0] == key[0] &&
+                candidate == key) {
                 return static_cast<int>(at);
             }
         }
@@ -109,10 +113,7 @@ std::string numberText(element value) {
 // own order, so that the first failure is the one the reference decoder reports.
 class SimdDecoder {
   public:
-    SimdDecoder() {
-        slots_.reserve(256);
-        path_.reserve(16);
-    }
+    SimdDecoder() { slots_.reserve(256); }
 
     template <class T>
     void decodeRecord(simdjson::dom::object object, T& out) {
@@ -145,9 +146,18 @@ class SimdDecoder {
                 member.reset();
                 return;
             }
-            path_.push_back(Step{key, 0});
-            decodeValue(slot.value, member.emplace());
-            path_.pop_back();
+            const Step step{path_, key, 0};
+            path_ = &step;
+            if constexpr (std::is_same_v<M, std::optional<std::string>>) {
+                // The commonest member: built from the text at once.
+                if (slot.value.type() != element_type::STRING) {
+                    failTypeMismatch("String", slot.value);
+                }
+                member.emplace(slot.value.get_string().value_unsafe());
+            } else {
+                decodeValue(slot.value, member.emplace());
+            }
+            path_ = step.parent;
         } else {
             if (!slot.present) {
                 DecodingError error =
@@ -156,12 +166,13 @@ class SimdDecoder {
                 error.key = std::string(key);
                 throw DecodeFailure{std::move(error)};
             }
-            path_.push_back(Step{key, 0});
+            const Step step{path_, key, 0};
+            path_ = &step;
             if (slot.value.is_null()) {
                 failNull<M>();
             }
             decodeValue(slot.value, member);
-            path_.pop_back();
+            path_ = step.parent;
         }
     }
 
@@ -176,7 +187,10 @@ class SimdDecoder {
         element value;
         bool present = false;
     };
+    // One step of the path from the root, on the stack of the call that takes it; a failure
+    // reads the chain back to the root.
     struct Step {
+        const Step* parent;
         std::string_view key;  // empty for a list position
         size_t index;
     };
@@ -222,12 +236,13 @@ class SimdDecoder {
             out.reserve(array.size());
             size_t index = 0;
             for (const element item : array) {
-                path_.push_back(Step{std::string_view(), index});
+                const Step step{path_, std::string_view(), index};
+                path_ = &step;
                 if (item.is_null()) {
                     failNull<Element>();
                 }
                 decodeValue(item, out.emplace_back());
-                path_.pop_back();
+                path_ = step.parent;
                 ++index;
             }
         } else {
@@ -284,15 +299,15 @@ class SimdDecoder {
         error.kind = kind;
         error.typeName = std::move(typeName);
         error.debugDescription = std::move(description);
-        error.codingPath.reserve(path_.size());
-        for (const Step& step : path_) {
-            if (step.key.empty()) {
-                const auto index = static_cast<int64_t>(step.index);
+        for (const Step* step = path_; step; step = step->parent) {
+            if (step->key.empty()) {
+                const auto index = static_cast<int64_t>(step->index);
                 error.codingPath.push_back(CodingKey{"Index " + std::to_string(index), index});
             } else {
-                error.codingPath.push_back(CodingKey{std::string(step.key), std::nullopt});
+                error.codingPath.push_back(CodingKey{std::string(step->key), std::nullopt});
             }
         }
+        std::reverse(error.codingPath.begin(), error.codingPath.end());
         if (!error.codingPath.empty()) {
             error.key = error.codingPath.back().stringValue;
         }
@@ -302,7 +317,7 @@ class SimdDecoder {
     std::vector<Slot> slots_;
     size_t base_ = 0;
     size_t next_ = 0;
-    std::vector<Step> path_;
+    const Step* path_ = nullptr;
 };
 
 // Bodies up to this size are parsed by a parser kept per thread, which keeps its buffers
@@ -324,17 +339,18 @@ DecodeResult<T> decode(std::string_view body) {
     if (parser.parse(body.data(), body.size()).get(root) != simdjson::SUCCESS) {
         return decodeWithNlohmann<T>(body);
     }
+    // Decoded where it is returned: a configuration is several kilobytes of record.
+    DecodeResult<T> result{T{}};
     try {
         records_detail::SimdDecoder decoder;
         if (root.type() != simdjson::dom::element_type::OBJECT) {
             decoder.failTypeMismatch("Dictionary<String, Any>", root);
         }
-        T record{};
-        decoder.decodeRecord(root.get_object().value_unsafe(), record);
-        return record;
+        decoder.decodeRecord(root.get_object().value_unsafe(), *result);
     } catch (records_detail::DecodeFailure& failure) {
-        return std::move(failure.error);
+        result = DecodeResult<T>(std::move(failure.error));
     }
+    return result;
 }
 
 // Every record can be decoded on its own, the nested ones included.
