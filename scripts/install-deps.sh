@@ -6,7 +6,7 @@ set -euo pipefail
 
 packages=(
     build-essential cmake ninja-build pkg-config clang-format
-    libcurl4-openssl-dev nlohmann-json3-dev libcpp-httplib-dev libicu-dev openssl
+    libcurl4-openssl-dev nlohmann-json3-dev libsimdjson-dev libcpp-httplib-dev libicu-dev openssl
     libfreetype-dev libfontconfig-dev uuid-dev libstb-dev libpango1.0-dev libcairo2-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     fonts-roboto fonts-dejavu-core

@@ -36,10 +36,17 @@ std::string element(const nlohmann::json& v) {
 
 std::string quoted(std::string_view text) {
     std::string out;
-    out.reserve(text.size() + 2);
+    out.reserve(text.size() + text.size() / 8 + 2);
     out.push_back('"');
-    for (char ch : text) {
-        const auto c = static_cast<unsigned char>(ch);
+    // Runs of characters that need no escape are copied whole.
+    std::size_t run = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        if (c >= 0x20 && c != '"' && c != '\\' && c != 0x7F) {
+            continue;
+        }
+        out.append(text.data() + run, i - run);
+        run = i + 1;
         switch (c) {
             case '"':
                 out += "\\\"";
@@ -59,16 +66,14 @@ std::string quoted(std::string_view text) {
             case '\0':
                 out += "\\0";
                 break;
-            default:
-                if (c < 0x20 || c == 0x7F) {
-                    char escaped[16];
-                    std::snprintf(escaped, sizeof escaped, "\\u{%x}", c);
-                    out += escaped;
-                } else {
-                    out.push_back(ch);
-                }
+            default: {
+                char escaped[16];
+                std::snprintf(escaped, sizeof escaped, "\\u{%x}", c);
+                out += escaped;
+            }
         }
     }
+    out.append(text.data() + run, text.size() - run);
     out.push_back('"');
     return out;
 }

@@ -25,11 +25,21 @@ constexpr double kBadRequestToastDuration = 2.0;
 constexpr double kBadRequestToastCornerRadius = 10.0;
 constexpr double kBadRequestToastHeight = 60.0;
 
+// Drops every pair of backslashes, left to right, in one pass over the text.
 void removeDoubleBackslashes(std::string& text) {
-    std::string::size_type at = 0;
-    while ((at = text.find("\\\\", at)) != std::string::npos) {
-        text.erase(at, 2);
+    std::string::size_type to = text.find("\\\\");
+    if (to == std::string::npos) {
+        return;
     }
+    const std::string::size_type size = text.size();
+    for (std::string::size_type from = to; from < size;) {
+        if (text[from] == '\\' && from + 1 < size && text[from + 1] == '\\') {
+            from += 2;
+        } else {
+            text[to++] = text[from++];
+        }
+    }
+    text.resize(to);
 }
 
 }  // namespace

@@ -9,8 +9,9 @@
 #include "quillgate/records/RecordCoding.h"
 
 // The body of every record fuzz target: any bytes decode to a record or a DecodingError, never
-// a crash. A success must encode to a body that decodes to the same record and encodes to the
-// same text again; a failure must print both line families as single lines.
+// a crash, and to the same one the nlohmann decoder gives. A success must encode to a body that
+// decodes to the same record and encodes to the same text again; a failure must print both
+// line families as single lines.
 
 namespace quillgate::fuzzing {
 
@@ -18,6 +19,12 @@ template <class T>
 int fuzzRecord(const uint8_t* data, size_t size) {
     const std::string_view body(reinterpret_cast<const char*>(data), size);
     auto decoded = decode<T>(body);
+    // The nlohmann decoder is the reference: the same record, or the same failure.
+    const auto reference = decodeWithNlohmann<T>(body);
+    if (decoded.ok() != reference.ok() ||
+        (decoded.ok() ? !(*decoded == *reference) : !(decoded.error() == reference.error()))) {
+        std::abort();
+    }
     if (decoded.ok()) {
         const std::string encoded = encodeToString(*decoded);
         auto again = decode<T>(encoded);

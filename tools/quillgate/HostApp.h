@@ -100,6 +100,7 @@ class HostApp {
 
     // Every delegate call heard so far, without the "host: " prefix, in order.
     std::vector<std::string> hostCalls() const { return calls_; }
+    std::size_t hostCallCount() const { return calls_.size(); }  // without copying the calls
     // Every toast message shown so far, in order.
     std::vector<std::string> toasts() const { return toasts_; }
 

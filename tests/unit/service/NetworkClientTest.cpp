@@ -92,6 +92,10 @@ TEST_F(NetworkClientTest, AnAnswerIsPrintedAndHandedBackOnTheMainQueue) {
     // The printed text drops double backslashes and is nil for what is no JSON.
     EXPECT_EQ(NetworkClient::responseDescription(R"({"p":"a\\b"})"),
               R"(Optional("{\n  \"p\" : \"ab\"\n}"))");
+    // Pairs go left to right: three backslashes in the text are six written, all removed; a
+    // quote's escape is a single backslash, which stays (quoted again).
+    EXPECT_EQ(NetworkClient::responseDescription(R"(["\\\\\\", "a\\b\"", "\\\\\"c"])"),
+              R"(Optional("[\n  \"\",\n  \"ab\\\"\",\n  \"\\\"c\"\n]"))");
     EXPECT_EQ(NetworkClient::responseDescription(""), "nil");
     EXPECT_EQ(NetworkClient::responseDescription("<html>"), "nil");
 }

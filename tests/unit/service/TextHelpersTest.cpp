@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
 #include "quillgate/service/Description.h"
 #include "quillgate/service/JsonText.h"
 
@@ -76,6 +81,34 @@ TEST(JsonTextTest, WhatCannotBeWrittenSaysWhyAndOnlyObjectsAndListsArePretty) {
     EXPECT_FALSE(jsontext::prettyText("42"));
     EXPECT_FALSE(jsontext::prettyText("<html>"));
     EXPECT_FALSE(jsontext::prettyText(R"({"a":)"));
+}
+
+// The pretty text is written from simdjson's reading of a body where simdjson reads it, and
+// from nlohmann's otherwise; the text is the same either way: keys sorted, the last of a
+// repeated key, numbers as nlohmann parsed them.
+TEST(JsonTextTest, PrettyTextIsTheSameWhicheverParserReadTheBody) {
+    std::vector<std::string> bodies = {
+        R"({"b":1,"a":{"d":[],"c":{}},"B":[1,2.5,-0,-0.0,1e2,3.0,1e300,0.1]})",
+        R"({"k":1,"k":{"x":2},"j":true,"k":"last"})",
+        R"(["a\\b", "\\\\", "\/\"\b\f\n\r\t\u0001\u001f", "\u00e9\ud83d\ude00", "\u007f", null])",
+        R"({"n":[9223372036854775807,9223372036854775808,-9223372036854775808,18446744073709551615]})",
+        R"({"big":18446744073709551616,"neg":-9223372036854775809})",  // nlohmann's alone
+        "\xEF\xBB\xBF{\"bom\":1}",                                     // nlohmann's alone
+        R"([[[[]]],{},[{}]])",
+        R"({"":0,"a":"","aa":0,"a\u0000":1})",
+    };
+    for (const char* name : {"customize_paywall.json", "user_journey.json", "meter_model.json",
+                             "embeded_subscription.json", "popup_model.json"}) {
+        std::ifstream in(std::string(QUILLGATE_TEST_DATA_DIR) + "/records/" + name);
+        std::stringstream text;
+        text << in.rdbuf();
+        bodies.push_back(text.str());
+    }
+    for (const std::string& body : bodies) {
+        const auto expected = jsontext::write(json::parse(body), true).text;
+        ASSERT_TRUE(expected) << body;
+        EXPECT_EQ(jsontext::prettyText(body), expected) << body;
+    }
 }
 
 }  // namespace
