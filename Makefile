@@ -1,6 +1,6 @@
 # The two commands of the README. Each does the whole set-up on a fresh Debian machine:
 # install the packages, configure, build, then run.
-.PHONY: demo test deps build-dev build-release bench fuzz format clean
+.PHONY: demo test test-tsan fuzz-smoke deps build-dev build-release bench fuzz format clean
 
 JOBS ?= $(shell nproc)
 
@@ -12,8 +12,24 @@ demo: build-release
 	if ls build/demo/*.png >/dev/null 2>&1; then echo "make demo: the pictures are in build/demo/"; fi; \
 	exit $$status
 
+# The whole suite under ASan + UBSan; then the threaded tests (the binaries of the
+# `threaded_tests` target, tests/CMakeLists.txt) again under ThreadSanitizer, built alone; then
+# every fuzz target for a few seconds from its corpus.
+FUZZ_SMOKE_SECONDS ?= 5
+
 test: build-dev
 	ctest --preset dev -j $(JOBS)
+	$(MAKE) --no-print-directory test-tsan
+	$(MAKE) --no-print-directory fuzz-smoke
+
+test-tsan: deps
+	cmake --preset tsan
+	cmake --build --preset tsan -j $(JOBS) --target threaded_tests
+	ctest --preset tsan-threaded -j $(JOBS)
+
+fuzz-smoke:
+	QUILLGATE_FUZZ=1 ./scripts/install-deps.sh
+	./scripts/fuzz-smoke.sh $(FUZZ_SMOKE_SECONDS)
 
 deps:
 	./scripts/install-deps.sh

@@ -5,9 +5,12 @@
 #
 # Configures and builds the `fuzz` preset (clang) into the build directory (default
 # build/fuzz), then runs each fuzz_* target for the given number of seconds (default 5).
-# Targets that decode records start from the record bodies in tests/data/records and use the
-# key dictionary tests/fuzz/records.dict. Each run's corpus lives under the build directory,
-# never in the source tree. Exits non-zero on the first crash, leak or sanitizer report.
+# Each target starts from its kept corpus, tests/fuzz/corpus/<target>/, when there is one;
+# targets that decode records also start from the record bodies in tests/data/records and use
+# the key dictionary tests/fuzz/records.dict. Those folders are only read: libFuzzer writes
+# new inputs into the first corpus folder it is given, the run's own under the build
+# directory, never into the source tree. Exits non-zero on the first crash, leak or
+# sanitizer report.
 set -euo pipefail
 
 seconds="${1:-5}"
@@ -36,6 +39,9 @@ for target in "${targets[@]}"; do
     mkdir -p "$corpus"
     options=(-max_total_time="$seconds" -print_final_stats=1)
     seeds=()
+    if [ -d "$root/tests/fuzz/corpus/$target" ]; then
+        seeds+=("$root/tests/fuzz/corpus/$target")
+    fi
     if grep -q 'RecordFuzzing.h' "$root/tests/fuzz/$target.cpp"; then
         options+=(-dict="$root/tests/fuzz/records.dict")
         seeds+=("$root/tests/data/records")

@@ -175,7 +175,11 @@ struct DevServer::Impl {
 };
 
 void DevServer::Impl::configure(httplib::Server& server, const std::string& name) {
-    server.new_task_queue = [] { return new httplib::ThreadPool(16); };
+    // A kept-alive connection holds one of these threads for as long as it stays open, so
+    // the pool bounds the clients served at once: a client beyond it waits for a free thread
+    // and its request times out. 64 serves the soak benchmark's 40 clients, each with its
+    // own connection, and an application's six per host many times over.
+    server.new_task_queue = [] { return new httplib::ThreadPool(64); };
     // The library's default also sets SO_REUSEPORT, which would let a second server bind a
     // port that is already taken; address reuse alone still refuses that.
     server.set_socket_options([](socket_t sock) {
