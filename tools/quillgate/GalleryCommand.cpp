@@ -167,7 +167,13 @@ int runGallery(const std::vector<std::string>& args, std::ostream& out, std::ost
         }
     }
 
+    // The default paywall first: the bodies the routing table sends there point at it.
     std::vector<Entry> entries;
+    if (!content.empty()) {
+        entries.push_back({"default: the default paywall",
+                           "default",
+                           {"--template", "default", "--content", content}});
+    }
     for (const auto& [id, paywall] : scenario.paywalls) {
         const auto& templateId = paywall.config.data && paywall.config.data->configuration &&
                                          paywall.config.data->configuration->mobile
@@ -188,11 +194,6 @@ int runGallery(const std::vector<std::string>& args, std::ostream& out, std::ost
             entry.args.insert(entry.args.end(), {"--content", content});
         }
         entries.push_back(std::move(entry));
-    }
-    if (!content.empty()) {
-        entries.push_back({"default: the default paywall",
-                           "default",
-                           {"--template", "default", "--content", content}});
     }
     for (const auto& [id, banner] : scenario.banners) {
         const std::string config = save(id, service.meteringBanner(id));
