@@ -29,6 +29,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
@@ -288,6 +289,36 @@ TEST_F(PreviewCommandTest, TheContactSheetShowsEveryDisplayInOneRowInABrowser) {
     const std::string page = readBytes(dom);
     EXPECT_THAT(page, HasSubstr("data-loaded=\"3\""));
     EXPECT_THAT(page, HasSubstr("data-one-row=\"true\""));
+}
+
+TEST_F(PreviewCommandTest, UsageErrorsNameWhatIsWrongAndDrawNothing) {
+    const std::string config =
+        (fs::path(QUILLGATE_TEST_DATA_DIR) / "records/customize_paywall.json").string();
+    const std::string out = (dir / "x.png").string();
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+        {{"--config", config, "--out", out}, "--template NAME is required"},
+        {{"--template", "3A", "--out", out}, "--config FILE is required"},
+        {{"--config", config, "--template", "3A"}, "--out FILE.png or --html FILE.html"},
+        {{"--config", config, "--template", "3A", "--out", out, "--width", "400"},
+         "--width and --height go together"},
+        {{"--config", config, "--template", "3A", "--out", out, "--display", "SIDEBAR"},
+         "--display is one of INARTICLE, FULLPAGE, POPUP"},
+        {{"--config", config, "--template", "3A", "--out", out, "--variant", "1.5"},
+         "--variant needs a number of offers"},
+        {{"--config", config, "--template", "3A", "--out", out, "--now", "2025-06-01 09:00"},
+         "--now needs an instant"},
+        {{"--config", config, "--template", "3A", "--out", out, "--now", "2025-02-30T00:00:00Z"},
+         "--now needs an instant"},
+        {{"--config", config, "--template", "3A", "--out"}, "--out needs a value"},
+    };
+    for (const auto& [args, message] : cases) {
+        SCOPED_TRACE(message);
+        const Outcome run = preview(args);
+        EXPECT_EQ(run.status, 2);
+        EXPECT_THAT(run.err, AllOf(StartsWith("quillgate: preview: "), HasSubstr(message)));
+    }
+    // No usage error draws anything.
+    EXPECT_FALSE(fs::exists(out));
 }
 
 TEST(FileSessionTest, AnAddressIsTheFileAtTheRestOfItUnderItsMountAndNeverAboveIt) {
