@@ -1,6 +1,6 @@
 # The two commands of the README. Each does the whole set-up on a fresh Debian machine:
 # install the packages, configure, build, then run.
-.PHONY: demo test test-tsan fuzz-smoke deps build-dev build-release bench fuzz format clean
+.PHONY: demo test test-tsan fuzz-smoke deps build-dev build-release bench fuzz format clean gallery
 
 JOBS ?= $(shell nproc)
 
@@ -11,6 +11,17 @@ demo: build-release
 	echo "make demo: the library's full log is build/demo/library.log"; \
 	if ls build/demo/*.png >/dev/null 2>&1; then echo "make demo: the pictures are in build/demo/"; fi; \
 	exit $$status
+
+# Every template and screen of the local service's data as `quillgate preview` draws it, into
+# docs/gallery/ with a README.md that shows each picture and the command that made it. The
+# fonts are the service's, laid out on disk under build/gallery/fonts; the clock is fixed. The
+# pictures are those of the dev build's host, which the tests also draw with.
+gallery: deps
+	cmake --preset dev
+	cmake --build --preset dev -j $(JOBS) --target quillgate_host
+	rm -rf build/gallery docs/gallery
+	./build/dev/bin/quillgate gallery --data tools/devserver/data --out docs/gallery \
+	    --fonts build/gallery/fonts
 
 # The whole suite under ASan + UBSan; then the threaded tests (the binaries of the
 # `threaded_tests` target, tests/CMakeLists.txt) again under ThreadSanitizer, built alone; then

@@ -16,6 +16,11 @@ packages=(
 if [[ "${QUILLGATE_FUZZ:-0}" == "1" ]]; then
     packages+=(clang libclang-rt-dev)
 fi
+# The browser that opens `preview --html`'s contact sheet in one test (skipped without it):
+# about a minute to install, so only on request.
+if [[ "${QUILLGATE_CHROMIUM:-0}" == "1" ]]; then
+    packages+=(chromium)
+fi
 
 missing=()
 for p in "${packages[@]}"; do

@@ -92,6 +92,17 @@ class QUILLGATE_EXPORT QuillgateClient : public quillgateVCDelegate,
     void payBtnTap(bool event, bool isLogin) override;
     void onlyLoginFlow(const std::string& clientID, std::shared_ptr<ui::View> parentView);
 
+    // ---- Preview ------------------------------------------------------------------------
+
+    // The screens a publisher can look at before any reader does.
+    enum class PreviewScreen { paywall, defaultPaywall, meterBanner, popUp };
+    // Puts one screen into parentView through the same builders the access flow uses, from
+    // the fields already set (customizePayWallModel with the journey's paywall action,
+    // contentDetailsModel, meterModel, popUpModel), without asking the service anything.
+    // A screen the builder hands on (the default paywall of an unknown template, the popup)
+    // goes up on a later turn of the main queue. The caller provisions the fonts first.
+    void presentPreview(PreviewScreen screen);
+
     // ---- Public properties with a change rule ---------------------------------------------
 
     // Pixels and percent the reader has scrolled. Every assignment (also of the same value)

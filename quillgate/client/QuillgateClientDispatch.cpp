@@ -446,6 +446,25 @@ void QuillgateClient::presentSubscriptionScreen(EmbededSubscription model) {
     addWall(parentView, screen->view());
 }
 
+// ---- Preview -------------------------------------------------------------------------------
+
+void QuillgateClient::presentPreview(PreviewScreen screen) {
+    switch (screen) {
+        case PreviewScreen::paywall:
+            presentCustomizePayWall(customizePayWallModel);
+            break;
+        case PreviewScreen::defaultPaywall:
+            presentDefaultPaywall();
+            break;
+        case PreviewScreen::meterBanner:
+            presentMeterBanner();
+            break;
+        case PreviewScreen::popUp:
+            showPopUp(0);
+            break;
+    }
+}
+
 // ---- The wall on show ----------------------------------------------------------------------
 
 void QuillgateClient::reloadSDK() {

@@ -15,6 +15,8 @@ int runDecode(const std::vector<std::string>& args, std::istream& in, std::ostre
 int runServe(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 int runRead(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+int runPreview(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+int runGallery(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
 // The same commands on a platform the caller adjusts (tests: a network that is always up).
 struct HostSetup;
@@ -33,6 +35,9 @@ int runDemo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
 
 // The options of `read`, one group per paragraph, for the usage texts.
 std::string readOptionsHelp();
+
+// The options of `preview`, for the usage texts.
+std::string previewOptionsHelp();
 
 // The names `decode --as` accepts, in the order the help lists them.
 std::vector<std::string> decodableRoots();

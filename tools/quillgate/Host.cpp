@@ -25,11 +25,20 @@ void printUsage(std::ostream& out) {
            "      decode a body (FILE, or - for standard input) as one of the service's root\n"
            "      records and print it back as JSON; exit 1 with the client's decode-failure\n"
            "      line when the client could not read it\n"
+           "  preview --config FILE --template NAME --out FILE.png [options]\n"
+           "      a picture of the screen a configuration makes, with no service; exit 1 with\n"
+           "      the client's decode-failure line when the client could not read it\n"
+           "  gallery --out DIR --fonts DIR [--data DIR] [--scale S]\n"
+           "      a picture of every template and screen of the local service's data, and a\n"
+           "      README.md with the preview command of each\n"
            "  --version   print the version\n"
            "  --help      print this help\n"
            "\n"
            "read options:\n"
         << readOptionsHelp()
+        << "\n"
+           "preview options:\n"
+        << previewOptionsHelp()
         << "\n"
            "serve options:\n"
         << devserver::kForegroundFlagsHelp
@@ -74,6 +83,12 @@ int runHost(const std::vector<std::string>& args, std::istream& in, std::ostream
     }
     if (command == "decode") {
         return runDecode(rest, in, out, err);
+    }
+    if (command == "preview") {
+        return runPreview(rest, out, err);
+    }
+    if (command == "gallery") {
+        return runGallery(rest, out, err);
     }
     if (command == "serve") {
         return runServe(rest, out, err);

@@ -276,7 +276,13 @@ HostApp::HostApp(std::ostream& out, HostSetup setup)
 
     delegates_ = std::make_shared<Delegates>([this](std::string call) { heard(std::move(call)); });
 
-    // A phone's key window; its root controller's view holds the article's parent view.
+    if (setup.screenSize) {
+        ui::Screen screen = ui::Application::shared().mainScreen();
+        screen.bounds = ui::Rect(ui::Point{}, *setup.screenSize);
+        ui::Application::shared().setMainScreen(screen);
+    }
+    // A phone's key window (or one of the asked size); its root controller's view holds the
+    // article's parent view.
     auto root = ui::ViewController::create<ui::ViewController>();
     window_ = ui::Application::shared().showWindow(root);
     // The article behind the walls is a white page.

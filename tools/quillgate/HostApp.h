@@ -7,11 +7,13 @@
 #include <iosfwd>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "quillgate/platform/Platform.h"
+#include "quillgate/ui/Geometry.h"
 
 namespace quillgate {
 class QuillgateClient;
@@ -74,6 +76,8 @@ struct HostSetup {
     // Where the library's own lines go (`--log FILE`); null: into the transcript with the
     // host's lines.
     std::shared_ptr<std::ostream> libraryLog;
+    // The size of the screen, and so of the key window, in points; empty: a phone's.
+    std::optional<ui::Size> screenSize;
 };
 
 // Opens (truncates) the file that `--log FILE` names; null with `error` set when it cannot.
