@@ -24,14 +24,14 @@ gallery: deps
 	    --fonts build/gallery/fonts
 
 # The whole suite under ASan + UBSan; then the threaded tests (the binaries of the
-# `threaded_tests` target, tests/CMakeLists.txt) again under ThreadSanitizer, built alone; then
-# every fuzz target for a few seconds from its corpus.
+# `threaded_tests` target, tests/CMakeLists.txt) again under ThreadSanitizer, built alone.
+# `make fuzz-smoke` runs every fuzz target for a few seconds from its corpus; it joins `test`
+# once its clang build has been timed against the CI budget.
 FUZZ_SMOKE_SECONDS ?= 5
 
 test: build-dev
 	ctest --preset dev -j $(JOBS)
 	$(MAKE) --no-print-directory test-tsan
-	$(MAKE) --no-print-directory fuzz-smoke
 
 test-tsan: deps
 	cmake --preset tsan
