@@ -108,7 +108,7 @@ class QuillgateStatusVC : public ui::ViewController {
     void viewWillLayoutSubviews() override;
     void viewWillTransitionToSize(ui::Size size) override;
     // The trait change of a rotation: the dividers follow the device's orientation.
-    void willTransitionToTraitCollection();
+    void willTransitionToTraitCollection() override;
 
     // ---- Actions, bound by the scene
     void readNowTap();

@@ -69,6 +69,81 @@ void Application::setKeyWindow(Window* window) {
     }
 }
 
+// ---- Rotation
+
+namespace {
+
+bool isLandscape(DeviceOrientation o) {
+    return o == DeviceOrientation::landscapeLeft || o == DeviceOrientation::landscapeRight;
+}
+
+bool isUpright(DeviceOrientation o) {
+    return o == DeviceOrientation::portrait || o == DeviceOrientation::portraitUpsideDown;
+}
+
+InterfaceOrientation interfaceFor(DeviceOrientation o) {
+    switch (o) {
+        case DeviceOrientation::portrait:
+            return InterfaceOrientation::portrait;
+        case DeviceOrientation::portraitUpsideDown:
+            return InterfaceOrientation::portraitUpsideDown;
+        case DeviceOrientation::landscapeLeft:
+            return InterfaceOrientation::landscapeRight;
+        case DeviceOrientation::landscapeRight:
+            return InterfaceOrientation::landscapeLeft;
+        default:
+            return InterfaceOrientation::unknown;
+    }
+}
+
+// Every controller whose root view is in `view`'s tree, parents before children.
+void controllersUnder(const std::shared_ptr<View>& view,
+                      std::vector<std::shared_ptr<ViewController>>& out) {
+    if (auto vc = view->owningViewController(); vc && vc->viewIfLoaded() == view) {
+        out.push_back(std::move(vc));
+    }
+    for (const auto& sub : view->subviews()) {
+        controllersUnder(sub, out);
+    }
+}
+
+}  // namespace
+
+void Application::rotate(DeviceOrientation orientation) {
+    const bool wasLandscape = screen_.bounds.width() > screen_.bounds.height();
+    deviceOrientation_ = orientation;
+    if (!isLandscape(orientation) && !isUpright(orientation)) {
+        return;
+    }
+    for (const auto& scene : scenes_) {
+        scene->setInterfaceOrientation(interfaceFor(orientation));
+    }
+    if (isLandscape(orientation) != wasLandscape) {
+        const Rect b = screen_.bounds;
+        screen_.bounds = Rect(b.minX(), b.minY(), b.height(), b.width());
+        safeArea_ = EdgeInsets{safeArea_.left, safeArea_.top, safeArea_.right, safeArea_.bottom};
+    }
+    const Size size = screen_.bounds.size;
+
+    std::vector<std::shared_ptr<ViewController>> controllers;
+    const auto all = windows();
+    for (const auto& window : all) {
+        controllersUnder(window, controllers);
+    }
+    for (const auto& vc : controllers) {
+        vc->willTransitionToTraitCollection();
+        vc->viewWillTransitionToSize(size);
+    }
+    for (const auto& window : all) {
+        window->setFrame(Rect(window->frame().origin, size));
+        if (auto root = window->rootViewController()) {
+            if (auto v = root->viewIfLoaded(); v && v->superview() == window) {
+                v->setFrame(window->bounds());
+            }
+        }
+    }
+}
+
 // ---- State
 
 void Application::resignActive() {

@@ -61,6 +61,14 @@ class QUILLGATE_EXPORT Application {
     void setKeyboardHeight(double height) { keyboardHeight_ = height; }
     DeviceOrientation deviceOrientation() const { return deviceOrientation_; }
     void setDeviceOrientation(DeviceOrientation o) { deviceOrientation_ = o; }
+    // Turns the device to `orientation`. The device and every connected scene take it (the
+    // interface turns against the device, so the landscape sides swap); from portrait to
+    // landscape or back, the screen's bounds and safe area turn with it. Every controller whose
+    // view is in a window then hears willTransitionToTraitCollection and
+    // viewWillTransitionToSize with the new screen size, and every window and its root view
+    // take the new bounds; views pinned to their superview's edges follow in the layout pass.
+    // Face up, face down and unknown change the device's orientation only.
+    void rotate(DeviceOrientation orientation);
 
     // ---- Scenes and windows
     const std::vector<std::shared_ptr<WindowScene>>& connectedScenes() const { return scenes_; }

@@ -362,6 +362,47 @@ std::shared_ptr<LayoutConstraint> View::constraintWithIdentifier(const std::stri
     return nullptr;
 }
 
+namespace {
+
+// The frame a subview pinned to all four edges of `container` takes, if it is so pinned.
+std::optional<Rect> edgePinnedFrame(const View& container, const View& sub) {
+    double leading = 0, trailing = 0, top = 0, bottom = 0;
+    unsigned found = 0;
+    for (const auto& c : container.constraints()) {
+        if (!c->isActive() || c->relation() != LayoutRelation::equal || c->multiplier() != 1 ||
+            c->firstItem().get() != &sub || c->secondItem().get() != &container ||
+            c->firstAttribute() != c->secondAttribute()) {
+            continue;
+        }
+        switch (c->firstAttribute()) {
+            case LayoutAttribute::leading:
+                leading = c->constant();
+                found |= 1;
+                break;
+            case LayoutAttribute::trailing:
+                trailing = -c->constant();
+                found |= 2;
+                break;
+            case LayoutAttribute::top:
+                top = c->constant();
+                found |= 4;
+                break;
+            case LayoutAttribute::bottom:
+                bottom = -c->constant();
+                found |= 8;
+                break;
+            default:
+                break;
+        }
+    }
+    if (found != 15) {
+        return std::nullopt;
+    }
+    return insetRect(container.bounds(), EdgeInsets{top, leading, bottom, trailing});
+}
+
+}  // namespace
+
 void View::layoutIfNeeded() {
     auto self = weak_from_this().lock();
     auto vc = controller_.lock();
@@ -370,6 +411,13 @@ void View::layoutIfNeeded() {
         needsLayout_ = false;
         if (isRoot) {
             vc->viewWillLayoutSubviews();
+        }
+        if (!constraints_.empty()) {
+            for (const auto& sub : subviews_) {
+                if (const auto pinned = edgePinnedFrame(*this, *sub)) {
+                    sub->setFrame(*pinned);
+                }
+            }
         }
         layoutSubviews();
         if (isRoot) {

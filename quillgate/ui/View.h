@@ -181,7 +181,11 @@ class QUILLGATE_EXPORT View : public Responder,
     // Marks the view for layout: after the main-queue task in progress (for a view in a
     // window), or at the next `layoutIfNeeded`, its `layoutSubviews` runs (and the owning
     // controller's viewWillLayoutSubviews / viewDidLayoutSubviews around it). A change of the
-    // frame's size marks the view too.
+    // frame's size marks the view too. Before `layoutSubviews`, a subview whose four edges are
+    // pinned to this view (active "equal" constraints on leading, trailing, top and bottom, as
+    // `pinToEdges` makes) takes this view's bounds less the constants: the one constraint
+    // shape the toolkit follows by itself, so that a wall filling its parent follows the
+    // parent through a rotation.
     void setNeedsLayout();
     bool needsLayout() const { return needsLayout_; }
     void layoutIfNeeded();

@@ -111,6 +111,8 @@ class QUILLGATE_EXPORT ViewController : public Responder,
     virtual void viewWillLayoutSubviews() {}
     virtual void viewDidLayoutSubviews() {}
     virtual void viewWillTransitionToSize(Size size) { (void)size; }
+    // The device is turning; the trait collection (its orientation) is about to change.
+    virtual void willTransitionToTraitCollection() {}
     // Teardown, called once right before destruction (see the class comment).
     virtual void deinit() {}
 

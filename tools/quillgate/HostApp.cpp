@@ -11,6 +11,7 @@
 #include "quillgate/platform/Reachability.h"
 #include "quillgate/service/Toast.h"
 #include "quillgate/ui/Application.h"
+#include "quillgate/ui/LayoutConstraint.h"
 #include "quillgate/ui/Renderer.h"
 #include "quillgate/ui/SafariViewController.h"
 #include "quillgate/ui/TreeDescription.h"
@@ -289,6 +290,8 @@ HostApp::HostApp(std::ostream& out, HostSetup setup)
     root->view()->setBackgroundColor(ui::Color::white());
     parentView_ = std::make_shared<ui::View>(root->view()->bounds());
     root->view()->addSubview(parentView_);
+    // The article's page fills the window, turned or not.
+    ui::pinToEdges(parentView_, root->view());
 
     Toast::shared().didShow = [this](const std::string& message) {
         toasts_.push_back(message);

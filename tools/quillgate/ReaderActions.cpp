@@ -170,6 +170,25 @@ ActionOutcome snapshot(HostApp& app, const ActionArgument& argument) {
     return ActionOutcome::failed;
 }
 
+// Turns the phone; the walls on screen hear of it and follow the window's new size.
+ActionOutcome rotate(HostApp& app, const ActionArgument& argument) {
+    (void)app;
+    ui::DeviceOrientation orientation;
+    if (argument.text == "landscape") {
+        orientation = ui::DeviceOrientation::landscapeLeft;
+    } else if (argument.text == "portrait") {
+        orientation = ui::DeviceOrientation::portrait;
+    } else {
+        return ActionOutcome::failed;
+    }
+    auto& application = ui::Application::shared();
+    application.rotate(orientation);
+    for (const auto& window : application.windows()) {
+        window->layoutIfNeeded();
+    }
+    return ActionOutcome::done;
+}
+
 std::optional<double> number(const std::string& text, double lowest, double highest) {
     if (text.empty()) {
         return std::nullopt;
@@ -208,6 +227,8 @@ const std::vector<ReaderAction>& readerActions() {
          "type TEXT into the field being edited (the only field on screen when none is)", type},
         {"scroll", ArgumentForm::percent, "PERCENT",
          "scroll the article to PERCENT of its length (the scroll depth)", scroll},
+        {"rotate", ArgumentForm::text, "landscape|portrait",
+         "turn the phone: the window takes the turned screen's size and the walls follow", rotate},
         {"wait", ArgumentForm::seconds, "SECONDS", "let the main loop run for SECONDS", wait},
         {"snapshot", ArgumentForm::file, "FILE.png",
          "write a picture of the key window, as it is now", snapshot},

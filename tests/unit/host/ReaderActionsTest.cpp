@@ -164,6 +164,7 @@ TEST(ReaderActionTable, EveryRowParsesItsOwnFormAndHasHelp) {
         {"tap", "tap  Buy now "},
         {"type", "type a b"},
         {"scroll", "scroll 12.5"},
+        {"rotate", "rotate landscape"},
         {"wait", "wait 1"},
         {"snapshot", "snapshot x.png"},
         {"choose", "choose Buy this story"},

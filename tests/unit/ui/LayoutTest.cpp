@@ -9,6 +9,7 @@
 #include "quillgate/ui/StackView.h"
 #include "quillgate/ui/TableView.h"
 #include "quillgate/ui/TextField.h"
+#include "quillgate/ui/WindowScene.h"
 #include "tests/unit/ui/UiTestSupport.h"
 
 namespace quillgate::ui {
@@ -247,6 +248,69 @@ TEST_F(LayoutTest, ACollectionKeepsASelectionMadeWhileMakingCellsAndSizesItsItem
     view->reloadData();  // reused cells come back unselected but for the recommended one
     EXPECT_TRUE(view->cellForItem({0, 1})->isSelected());
     EXPECT_EQ(view->indexPathsForSelectedItems().size(), 1u);
+}
+
+// A wall's controller, as the walls are: its root view pinned to the article's page.
+class TurningScreen : public ViewController {
+  public:
+    using ViewController::ViewController;
+    void viewWillTransitionToSize(Size size) override {
+        heard.push_back("size " + std::to_string(int(size.width)) + "x" +
+                        std::to_string(int(size.height)) + " in a window " +
+                        std::to_string(int(view()->window()->bounds().width())) + " wide");
+    }
+    void willTransitionToTraitCollection() override {
+        heard.push_back(std::string("traits, upright: ") +
+                        (Application::shared().deviceOrientation() == DeviceOrientation::portrait
+                             ? "yes"
+                             : "no"));
+    }
+    Lines heard;
+};
+
+TEST_F(LayoutTest, TurningThePhoneTurnsTheScreenTellsTheWallsAndPinnedViewsFollow) {
+    auto& app = Application::shared();
+    auto root = ViewController::create<ViewController>();
+    auto window = app.showWindow(root);
+    auto page = std::make_shared<View>(root->view()->bounds());
+    root->view()->addSubview(page);
+    pinToEdges(page, root->view());
+    auto wall = ViewController::create<TurningScreen>();
+    page->addSubview(wall->view());
+    pinToEdges(wall->view(), page, EdgeInsets{0, 10, 20, 10});
+    // Placed by hand, not pinned: stays where it is.
+    auto badge = std::make_shared<View>(Rect(5, 5, 30, 30));
+    page->addSubview(badge);
+
+    app.rotate(DeviceOrientation::landscapeLeft);
+    EXPECT_EQ(app.mainScreen().bounds.size, (Size{844, 390}));
+    EXPECT_EQ(app.safeAreaInsets(), (EdgeInsets{0, 47, 0, 34}));
+    EXPECT_EQ(app.connectedScenes().front()->interfaceOrientation(),
+              InterfaceOrientation::landscapeRight);
+    // The controllers hear of the new size while the window still has the old one.
+    EXPECT_EQ(wall->heard, (Lines{"traits, upright: no", "size 844x390 in a window 390 wide"}));
+    window->layoutIfNeeded();
+    EXPECT_EQ(window->frame(), Rect(0, 0, 844, 390));
+    EXPECT_EQ(page->frame(), Rect(0, 0, 844, 390));
+    EXPECT_EQ(wall->view()->frame(), Rect(10, 0, 824, 370));
+    EXPECT_EQ(badge->frame(), Rect(5, 5, 30, 30));
+
+    // From one landscape side to the other the screen keeps its shape.
+    wall->heard.clear();
+    app.rotate(DeviceOrientation::landscapeRight);
+    EXPECT_EQ(app.mainScreen().bounds.size, (Size{844, 390}));
+    EXPECT_EQ(wall->heard.back(), "size 844x390 in a window 844 wide");
+
+    // Lying flat says nothing to the screens; upright again, all is as it was.
+    wall->heard.clear();
+    app.rotate(DeviceOrientation::faceUp);
+    EXPECT_TRUE(wall->heard.empty());
+    EXPECT_EQ(app.connectedScenes().front()->interfaceOrientation(),
+              InterfaceOrientation::landscapeLeft);
+    app.rotate(DeviceOrientation::portrait);
+    window->layoutIfNeeded();
+    EXPECT_EQ(app.safeAreaInsets(), (EdgeInsets{47, 0, 34, 0}));
+    EXPECT_EQ(wall->view()->frame(), Rect(10, 0, 370, 824));
 }
 
 }  // namespace
