@@ -482,8 +482,10 @@ std::optional<Navigation> HeadlessWebView::submitForm(
         }
     }
     for (const auto& [name, value] : values) {
+        // Named, not the structured binding itself: clang 14 can't capture a binding.
+        const std::string& key = name;
         const auto at = std::find_if(items.begin(), items.end(),
-                                     [&](const auto& item) { return item.first == name; });
+                                     [&](const auto& item) { return item.first == key; });
         if (at != items.end()) {
             at->second = value;
         } else {
