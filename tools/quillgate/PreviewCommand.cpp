@@ -27,6 +27,7 @@
 #include "tools/quillgate/Commands.h"
 #include "tools/quillgate/FileSession.h"
 #include "tools/quillgate/HostApp.h"
+#include "tools/quillgate/ReaderActions.h"
 
 namespace quillgate::host {
 
@@ -89,20 +90,6 @@ Screen screenFor(const std::string& templateName) {
         return Screen::popup;
     }
     return Screen::paywall;
-}
-
-std::optional<double> parseNumber(const std::string& text, double low, double high) {
-    std::size_t used = 0;
-    double value = 0;
-    try {
-        value = std::stod(text, &used);
-    } catch (const std::exception&) {
-        return std::nullopt;
-    }
-    if (used != text.size() || !std::isfinite(value) || value < low || value > high) {
-        return std::nullopt;
-    }
-    return value;
 }
 
 // "2025-06-01T09:00:00Z": an instant in UTC, to the second.

@@ -84,20 +84,7 @@ std::string withTrailingSlash(std::string text) {
 }
 
 std::optional<double> parseSeconds(const std::string& text) {
-    if (text.empty()) {
-        return std::nullopt;
-    }
-    std::size_t used = 0;
-    double value = 0;
-    try {
-        value = std::stod(text, &used);
-    } catch (const std::exception&) {
-        return std::nullopt;
-    }
-    if (used != text.size() || !std::isfinite(value) || value < 0 || value > kLongestRun) {
-        return std::nullopt;
-    }
-    return value;
+    return parseNumber(text, 0, kLongestRun);
 }
 
 Parsed parseReadArguments(const std::vector<std::string>& args, ReadOptions& options,

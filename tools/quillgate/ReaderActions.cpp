@@ -189,7 +189,18 @@ ActionOutcome rotate(HostApp& app, const ActionArgument& argument) {
     return ActionOutcome::done;
 }
 
-std::optional<double> number(const std::string& text, double lowest, double highest) {
+std::string_view trimmed(std::string_view text) {
+    const auto first = text.find_first_not_of(" \t");
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    const auto last = text.find_last_not_of(" \t");
+    return text.substr(first, last - first + 1);
+}
+
+}  // namespace
+
+std::optional<double> parseNumber(const std::string& text, double lowest, double highest) {
     if (text.empty()) {
         return std::nullopt;
     }
@@ -205,17 +216,6 @@ std::optional<double> number(const std::string& text, double lowest, double high
     }
     return value;
 }
-
-std::string_view trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t");
-    if (first == std::string_view::npos) {
-        return {};
-    }
-    const auto last = text.find_last_not_of(" \t");
-    return text.substr(first, last - first + 1);
-}
-
-}  // namespace
 
 const std::vector<ReaderAction>& readerActions() {
     static const std::vector<ReaderAction> table = {
@@ -294,7 +294,7 @@ std::optional<ParsedAction> parseReaderAction(std::string_view text, std::string
         case ArgumentForm::percent:
         case ArgumentForm::seconds: {
             const bool percent = action->form == ArgumentForm::percent;
-            const auto value = number(argument, 0, percent ? 100 : kLongestWait);
+            const auto value = parseNumber(argument, 0, percent ? 100 : kLongestWait);
             if (!value) {
                 error =
                     "\"" + usage + "\" needs " +

@@ -67,6 +67,10 @@ std::optional<ParsedAction> parseReaderAction(std::string_view text, std::string
 // done. Returns the outcome.
 ActionOutcome runReaderAction(HostApp& app, const ParsedAction& action);
 
+// The number `text` spells out whole, when it is finite and from `lowest` to `highest`; the
+// commands' options read their numbers with it too.
+std::optional<double> parseNumber(const std::string& text, double lowest, double highest);
+
 // The actions' lines for the usage text.
 std::string readerActionsHelp();
 
